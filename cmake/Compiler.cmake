@@ -1,0 +1,16 @@
+# Chooses clang-19 where no compiler was named, and ccache where it is installed.
+
+if(NOT DEFINED CMAKE_CXX_COMPILER AND NOT DEFINED ENV{CXX})
+  find_program(VESKLINE_CLANGXX clang++-19)
+  find_program(VESKLINE_CLANG clang-19)
+  if(VESKLINE_CLANGXX AND VESKLINE_CLANG)
+    set(CMAKE_CXX_COMPILER ${VESKLINE_CLANGXX})
+    set(CMAKE_C_COMPILER ${VESKLINE_CLANG})
+  endif()
+endif()
+
+find_program(VESKLINE_CCACHE ccache)
+if(VESKLINE_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${VESKLINE_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${VESKLINE_CCACHE})
+endif()
