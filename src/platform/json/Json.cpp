@@ -1,0 +1,82 @@
+#include "platform/json/Json.h"
+
+#include "platform/json/JsonObject.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace platform {
+
+namespace {
+
+// The library's own words quote what stood there, which may be a token or half a character: only the place is told.
+JsonError syntaxError(std::string_view bytes, std::size_t byte) {
+    const std::string_view before = bytes.substr(0, byte == 0 ? 0 : std::min(byte - 1, bytes.size()));
+    const auto line = std::ranges::count(before, '\n') + 1;
+    const std::size_t lineStart = before.rfind('\n') + 1; // npos + 1 is the start of the text
+    return JsonError(
+        fmt::format("The text is not valid JSON: error in line {}, column {}", line, before.size() - lineStart + 1));
+}
+
+bool isValidText(const std::string& text) {
+    try {
+        return !Json(text).dump().empty();
+    } catch (const Json::type_error&) {
+        return false;
+    }
+}
+
+// Throws for the first text that cannot be written.
+void refuseInvalidText(const Json& value, const JsonPlace& place) {
+    if (value.is_string() && !isValidText(value.get_ref<const std::string&>())) {
+        throw place.failure("cannot be written as JSON: it is not valid UTF-8");
+    }
+    for (std::size_t index = 0; value.is_array() && index < value.size(); ++index) {
+        refuseInvalidText(value[index], JsonPlace(place, index));
+    }
+    if (value.is_object()) {
+        for (const auto& [key, member] : value.items()) {
+            refuseInvalidText(member, JsonPlace(place, key));
+        }
+    }
+}
+
+std::string encode(const Json& document, int indent) {
+    try {
+        return document.dump(indent);
+    } catch (const Json::type_error&) {
+        refuseInvalidText(document, JsonPlace());
+        throw JsonError("The document cannot be written as JSON: a key in it is not valid UTF-8");
+    }
+}
+
+} // namespace
+
+Json parseJson(std::string_view bytes) {
+    const auto refuseDepth = [](int depth, Json::parse_event_t, const Json&) {
+        if (depth > deepestJson) {
+            throw JsonError(fmt::format("The JSON text is nested deeper than {} levels", deepestJson));
+        }
+        return true;
+    };
+    try {
+        return Json::parse(bytes.begin(), bytes.end(), refuseDepth);
+    } catch (const Json::parse_error& error) {
+        throw syntaxError(bytes, error.byte);
+    } catch (const Json::out_of_range&) {
+        throw JsonError("The text is not valid JSON: a number in it is too large");
+    }
+}
+
+std::string encodePretty(const Json& document) {
+    return encode(document, 2);
+}
+
+std::string encodeCompact(const Json& document) {
+    return encode(document, -1);
+}
+
+} // namespace platform

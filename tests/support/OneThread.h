@@ -1,0 +1,126 @@
+#pragma once
+
+#include "platform/async/Clock.h"
+#include "platform/async/Executor.h"
+#include "platform/async/Spawn.h"
+#include "platform/async/TimerQueue.h"
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <optional>
+#include <random>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
+
+namespace veskline::testing {
+
+// A whole engine on the test's own thread: the executor that all serial executors rest on, and a clock that moves only
+// when the test says so. With a seed the ready jobs run in an order drawn from it, which keeps every serial executor's
+// own order and mixes those of different ones: the same seed gives the same run.
+class OneThread {
+public:
+    OneThread() = default;
+    explicit OneThread(std::uint64_t seed) : random_(seed), isSeeded_(true) {}
+    OneThread(const OneThread&) = delete;
+    OneThread& operator=(const OneThread&) = delete;
+
+    [[nodiscard]] async::Executor executor() noexcept { return {&OneThread::post, this}; }
+    [[nodiscard]] async::Clock clock() noexcept { return {operations, this}; }
+
+    // Runs one ready job; false when there is none.
+    bool step() {
+        if (jobs_.empty()) {
+            return false;
+        }
+        const std::size_t place = isSeeded_ ? random_() % jobs_.size() : 0;
+        const async::Job job = jobs_[place];
+        jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(place));
+        const async::RunningOn here(this);
+        job.run(job.context);
+        ++steps_;
+        return true;
+    }
+    // Runs until nothing is ready: everything waits for time, or for the test.
+    void settle() {
+        while (step()) {
+        }
+    }
+    // Moves the time, stopping at each timer on the way and settling there.
+    void advance(std::chrono::nanoseconds span) {
+        const async::Instant end = now_ + span;
+        settle();
+        for (auto next = timers_.nextDue(); next && *next <= end; next = timers_.nextDue()) {
+            moveTo(*next);
+            timers_.fireNextDue(now_);
+            settle();
+        }
+        moveTo(end);
+    }
+    [[nodiscard]] bool hasTimers() const { return timers_.nextDue().has_value(); }
+    [[nodiscard]] std::size_t steps() const noexcept { return steps_; }
+    [[nodiscard]] std::chrono::system_clock::time_point wallTime() const noexcept { return wallTime_; }
+
+    // Runs `body()` to its end, moving the time on where everything waits for it.
+    template <class Body>
+    auto run(Body body) {
+        using T = decltype(body().take());
+        std::exception_ptr error;
+        std::optional<std::conditional_t<std::is_void_v<T>, bool, T>> result;
+        const async::TaskHandle task = async::spawn(executor(), [&]() -> async::Task<> {
+            try {
+                if constexpr (std::is_void_v<T>) {
+                    co_await body();
+                } else {
+                    result.emplace(co_await body());
+                }
+            } catch (...) {
+                error = std::current_exception();
+            }
+        });
+        for (settle(); !task.hasEnded(); settle()) {
+            const auto next = timers_.nextDue();
+            if (!next) {
+                throw std::logic_error("the task waits for something that will not come");
+            }
+            moveTo(*next);
+            timers_.fireNextDue(now_);
+        }
+        if (error) {
+            std::rethrow_exception(error);
+        }
+        if constexpr (!std::is_void_v<T>) {
+            return std::move(*result);
+        }
+    }
+
+private:
+    static void post(void* self, async::Job job) { static_cast<OneThread*>(self)->jobs_.push_back(job); }
+    void moveTo(async::Instant at) {
+        if (at > now_) {
+            wallTime_ += std::chrono::duration_cast<std::chrono::system_clock::duration>(at - now_);
+            now_ = at;
+        }
+    }
+    static const async::Clock::Operations operations;
+
+    std::deque<async::Job> jobs_;
+    async::TimerQueue timers_;
+    async::Instant now_{std::chrono::hours(1)};
+    std::chrono::system_clock::time_point wallTime_{std::chrono::seconds(1'700'000'000)};
+    std::mt19937_64 random_{0};
+    bool isSeeded_ = false;
+    std::size_t steps_ = 0;
+};
+
+inline const async::Clock::Operations OneThread::operations{
+    .now = [](const void* self) { return static_cast<const OneThread*>(self)->now_; },
+    .wallTime = [](const void* self) { return static_cast<const OneThread*>(self)->wallTime_; },
+    .add = [](void* self, async::Sleeper& sleeper,
+              async::Instant at) { static_cast<OneThread*>(self)->timers_.add(sleeper, at); },
+    .cancel = [](void* self, async::Sleeper& sleeper) { static_cast<OneThread*>(self)->timers_.cancel(sleeper); },
+};
+
+} // namespace veskline::testing
