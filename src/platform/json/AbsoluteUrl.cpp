@@ -18,7 +18,6 @@ bool isAbsoluteUrl(std::string_view text) {
     if (!url) {
         throw std::bad_alloc();
     }
-    // A port or percent sign that cannot be is refused by this call as well.
     return curl_url_set(url.get(), CURLUPART_URL, std::string(text).c_str(), CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK;
 }
 

@@ -3,6 +3,7 @@
 #include "platform/json/Json.h"
 #include "platform/json/JsonPlace.h"
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
