@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace veskline {
+
+// What was last uploaded for one local file: a row of the state database's `files` table.
+struct FileStateRow {
+    std::string path;        // absolute; the row's identity
+    std::string rootPath;    // absolute path of the synced folder that the file was found under
+    std::string logicalPath; // path below that folder
+    std::string storageKey;  // object key in the storage bucket
+    std::string sha256;      // of the content, lowercase hexadecimal
+    std::int64_t bytes = 0;
+    double mtimeMilliseconds = 0; // since 1970-01-01 UTC, with its fraction: never rounded
+
+    friend bool operator==(const FileStateRow&, const FileStateRow&) = default;
+};
+
+// The same row while it is being read: its texts live until the reader is handed the next one.
+struct FileStateRowView {
+    std::string_view path;
+    std::string_view rootPath;
+    std::string_view logicalPath;
+    std::string_view storageKey;
+    std::string_view sha256;
+    std::int64_t bytes = 0;
+    double mtimeMilliseconds = 0;
+};
+
+} // namespace veskline
