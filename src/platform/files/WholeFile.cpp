@@ -1,0 +1,184 @@
+#include "platform/files/WholeFile.h"
+
+#include "platform/files/FileError.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) noexcept : number_(number) {}
+    ~Descriptor() { (void)close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] int number() const noexcept { return number_; }
+    [[nodiscard]] bool close() noexcept { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
+
+private:
+    int number_;
+};
+
+// The file that the new content goes to first; gone again unless it was moved into place.
+// After a failure errno tells the reason until the next call.
+class TemporaryFile {
+public:
+    // Never opens what lies there: that could be a link, or another user's file to read what we write.
+    explicit TemporaryFile(std::string path)
+        : path_(std::move(path)),
+          descriptor_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600)),
+          isOurs_(descriptor_.number() >= 0) {}
+    ~TemporaryFile() {
+        if (isOurs_) {
+            ::unlink(path_.c_str());
+        }
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    [[nodiscard]] bool exists() const noexcept { return isOurs_; }
+
+    [[nodiscard]] bool write(std::string_view content) const {
+        while (!content.empty()) {
+            const ssize_t written = ::write(descriptor_.number(), content.data(), content.size());
+            if (written < 0 && errno != EINTR) {
+                return false;
+            }
+            content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+        }
+        return true;
+    }
+
+    [[nodiscard]] bool moveTo(const std::string& path) {
+        if (::fsync(descriptor_.number()) != 0 || !descriptor_.close() || ::rename(path_.c_str(), path.c_str()) != 0) {
+            return false;
+        }
+        isOurs_ = false;
+        return true;
+    }
+
+private:
+    std::string path_;
+    Descriptor descriptor_;
+    bool isOurs_;
+};
+
+std::string folderOf(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
+}
+
+// Makes a rename or a removal survive a loss of power. It has happened for everybody already, so there is nothing to
+// take back where the file system cannot do this.
+void syncFolderOf(const std::string& path) {
+    const Descriptor folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.number() >= 0) {
+        (void)::fsync(folder.number());
+    }
+}
+
+// A second name could make us write into a file that the user keeps elsewhere.
+bool isOwnRegularFile(const struct stat& attributes) {
+    return S_ISREG(attributes.st_mode) && attributes.st_uid == ::geteuid() && attributes.st_nlink <= 1;
+}
+
+FileError foreignFile(const std::string& path) {
+    return FileError(
+        fmt::format("The file \"{}\" could not be used: it is a link or not a file of this user alone", path));
+}
+
+constexpr std::size_t blockSize = std::size_t{64} << 10U;
+
+// Appends what `file` holds. False with errno after a failure; stops soon after `most`.
+bool readAll(int file, std::size_t most, std::string& content) {
+    while (content.size() <= most) {
+        const std::size_t filled = content.size();
+        content.resize(filled + blockSize);
+        const ssize_t count = ::read(file, content.data() + filled, blockSize);
+        content.resize(filled + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        if (count == 0) {
+            return true;
+        }
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+WholeFile::WholeFile(std::string path, Owner owner) : path_(std::move(path)), owner_(owner) {}
+
+std::string WholeFile::read(std::size_t most) const {
+    // Not blocking, so that a pipe in the file's place cannot hold us up; files take no notice of it.
+    const int noLink = owner_ == Owner::thisUser ? O_NOFOLLOW : 0;
+    const Descriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | noLink));
+    struct stat attributes{};
+    if (file.number() < 0 || ::fstat(file.number(), &attributes) != 0) {
+        throw FileError(path_, "opened", errno);
+    }
+    if (owner_ == Owner::thisUser && !isOwnRegularFile(attributes)) {
+        throw foreignFile(path_);
+    }
+    if (!S_ISREG(attributes.st_mode)) {
+        throw FileError(path_, "read", S_ISDIR(attributes.st_mode) ? EISDIR : EINVAL);
+    }
+    std::string content;
+    content.reserve(std::min(static_cast<std::size_t>(attributes.st_size), most) + blockSize);
+    if (!readAll(file.number(), most, content)) {
+        throw FileError(path_, "read", errno);
+    }
+    if (content.size() > most) {
+        throw FileError(path_, "read", EFBIG);
+    }
+    return content;
+}
+
+void WholeFile::replace(std::string_view content) const {
+    refuseForeignFile();
+    removeLeftover();
+    TemporaryFile temporary(temporaryPath());
+    if (!temporary.exists() || !temporary.write(content) || !temporary.moveTo(path_)) {
+        throw FileError(path_, "written", errno);
+    }
+    syncFolderOf(path_);
+}
+
+void WholeFile::remove() const {
+    removeLeftover();
+    if (::unlink(path_.c_str()) != 0) {
+        throw FileError(path_, "removed", errno);
+    }
+    syncFolderOf(path_);
+}
+
+void WholeFile::removeLeftover() const noexcept {
+    ::unlink(temporaryPath().c_str());
+}
+
+std::string WholeFile::temporaryPath() const {
+    const std::string folder = folderOf(path_);
+    const std::size_t nameStart = path_.find_last_of('/') + 1; // npos + 1 is the start of a bare name
+    return fmt::format("{}.{}.tmp", folder, std::string_view(path_).substr(nameStart));
+}
+
+void WholeFile::refuseForeignFile() const {
+    struct stat attributes{};
+    const bool isThere = ::lstat(path_.c_str(), &attributes) == 0;
+    if (owner_ == Owner::thisUser && isThere && !isOwnRegularFile(attributes)) {
+        throw foreignFile(path_);
+    }
+}
+
+} // namespace platform
