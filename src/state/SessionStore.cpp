@@ -1,0 +1,78 @@
+#include "state/SessionStore.h"
+
+#include "platform/files/FileError.h"
+#include "platform/json/JsonObject.h"
+#include "state/AppPaths.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cassert>
+#include <utility>
+
+namespace veskline {
+
+namespace {
+
+// A session is a few kilobytes.
+constexpr std::size_t mostBytes = std::size_t{4} << 20U;
+
+std::optional<StoreFile::Content> readOrNothing(const StoreFile& file) {
+    try {
+        return file.read();
+    } catch (const platform::FileError&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<StoredSession> decode(std::string_view bytes) {
+    try {
+        return platform::decodeJson<StoredSession>(bytes);
+    } catch (const platform::JsonError&) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+StorePlace SessionStore::defaultPlace(std::string_view fallbackFolder) {
+    return placeOrFallback(&AppPaths::sessionFile, "vesk-session.json", fallbackFolder);
+}
+
+SessionStore::SessionStore(async::Executor pool) : SessionStore(pool, defaultPlace(), AppPaths::legacySessionFile()) {}
+
+SessionStore::SessionStore(async::Executor pool, const StorePlace& url, std::optional<std::string> legacyURL)
+    : serial_(pool), file_(url, std::move(legacyURL), mostBytes) {}
+
+async::Task<std::optional<StoredSession>> SessionStore::load() {
+    const std::optional<StoreFile::Content> content = readOrNothing(file_);
+    std::optional<StoredSession> session = content ? decode(content->bytes) : std::nullopt;
+    if (session && content->isLegacy) {
+        takeOver(*session);
+    }
+    co_return session;
+}
+
+async::Task<> SessionStore::save(StoredSession session) {
+    write(session);
+    co_return;
+}
+
+async::Task<> SessionStore::clear() {
+    file_.clear();
+    co_return;
+}
+
+void SessionStore::write(const StoredSession& session) const {
+    assert(executor().isCurrent());
+    file_.replace(platform::encodePretty(toJson(session)));
+}
+
+void SessionStore::takeOver(const StoredSession& session) const {
+    try {
+        write(session);
+    } catch (const platform::FileError&) {
+        return; // the older file is still there to be read again
+    }
+}
+
+} // namespace veskline
