@@ -1,0 +1,124 @@
+#include "local_project/Connection.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <poll.h>
+#include <sys/socket.h>
+
+namespace local_project {
+
+namespace {
+
+constexpr std::size_t readSize = std::size_t{128} << 10U;
+// A request with the ids of tens of thousands of rows in its query is an ordinary one here.
+constexpr std::size_t headLimit = std::size_t{16} << 20U;
+constexpr std::string_view endOfHead = "\r\n\r\n";
+
+std::size_t take(std::string& from, std::size_t& position, char* target, std::size_t size) {
+    const auto count = std::min(size, from.size() - position);
+    std::memcpy(target, from.data() + position, count);
+    position += count;
+    return count;
+}
+
+} // namespace
+
+bool Connection::receive() {
+    received_.erase(0, position_);
+    position_ = 0;
+    const auto kept = received_.size();
+    received_.resize(kept + readSize);
+    ssize_t count = 0;
+    do {
+        count = ::recv(socket_, received_.data() + kept, readSize, 0);
+    } while (count < 0 && errno == EINTR);
+    received_.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    return count > 0;
+}
+
+bool Connection::readHead() {
+    auto end = received_.find(endOfHead, position_);
+    while (end == std::string::npos) {
+        const auto searched = received_.size() - position_;
+        if (searched > headLimit || !receive()) {
+            return false;
+        }
+        end = received_.find(endOfHead, searched < endOfHead.size() ? 0 : searched - endOfHead.size());
+    }
+    const auto parsed = RequestHead::parse(std::string_view(received_).substr(position_, end - position_));
+    position_ = end + endOfHead.size();
+    if (!parsed) {
+        return false;
+    }
+    head_ = *parsed;
+    framing_ = head_.framing();
+    answer_.clear();
+    return true;
+}
+
+ssize_t Connection::read(char* target, std::size_t size) {
+    if (!framing_.empty()) {
+        const auto count = std::min(size, framing_.size());
+        std::memcpy(target, framing_.data(), count);
+        framing_.erase(0, count);
+        return static_cast<ssize_t>(count);
+    }
+    if (position_ == received_.size() && !receive()) {
+        return -1;
+    }
+    return static_cast<ssize_t>(take(received_, position_, target, size));
+}
+
+ssize_t Connection::write(const char* data, std::size_t size) {
+    answer_.append(data, size);
+    // An interim answer is waited for before the body is sent.
+    if (answer_.starts_with("HTTP/1.1 100") && answer_.ends_with(endOfHead)) {
+        const bool isSent = send(answer_);
+        answer_.clear();
+        return isSent ? static_cast<ssize_t>(size) : -1;
+    }
+    return static_cast<ssize_t>(size);
+}
+
+bool Connection::send(std::string_view data) const {
+    while (!data.empty()) {
+        const auto count = ::send(socket_, data.data(), data.size(), MSG_NOSIGNAL);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        data.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return true;
+}
+
+bool Connection::finish(Cut cut) {
+    if (cut == Cut::beforeAnswer) {
+        return false;
+    }
+    if (cut == Cut::insideBody) {
+        const auto end = answer_.find(endOfHead);
+        const auto body = end == std::string::npos ? answer_.size() : end + endOfHead.size();
+        const auto half = body == answer_.size() ? body / 2 : body + (answer_.size() - body) / 2;
+        static_cast<void>(send(std::string_view(answer_).substr(0, half)));
+        return false;
+    }
+    return send(answer_);
+}
+
+bool Connection::isAbandoned() const {
+    pollfd state{.fd = socket_, .events = POLLRDHUP, .revents = 0};
+    return ::poll(&state, 1, 0) > 0;
+}
+
+void Connection::get_remote_ip_and_port(std::string& address, int& port) const {
+    address = "127.0.0.1";
+    port = 0;
+}
+
+void Connection::get_local_ip_and_port(std::string& address, int& port) const {
+    get_remote_ip_and_port(address, port);
+}
+
+} // namespace local_project

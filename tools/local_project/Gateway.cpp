@@ -1,0 +1,155 @@
+#include "local_project/Gateway.h"
+
+#include <cstdio>
+#include <exception>
+
+#include <fmt/format.h>
+
+namespace local_project {
+
+namespace {
+
+constexpr std::string_view authPaths = "/auth/v1/";
+constexpr std::string_view tablePaths = "/rest/v1/";
+constexpr std::string_view storagePaths = "/storage/v1/object/";
+constexpr std::string_view bearer = "Bearer ";
+
+bool isUpload(const Request& request) {
+    return request.path.starts_with(storagePaths);
+}
+
+JournalEntry entryOf(const Request& request) {
+    JournalEntry entry;
+    entry.connection = request.connection;
+    entry.method = request.head.method;
+    entry.target = request.head.target;
+    entry.path = request.path;
+    entry.headers = request.head.headers;
+    return entry;
+}
+
+Response half(Response whole) {
+    whole.body.resize(whole.body.size() / 2);
+    return whole;
+}
+
+} // namespace
+
+Gateway::Gateway(const Options& options, Accounts& accounts, Tables& tables, ObjectStore& objects, Journal& journal,
+                 Faults& faults)
+    : options_(options), accounts_(accounts), tables_(tables), objects_(objects), journal_(journal), faults_(faults) {}
+
+Answer Gateway::answer(Request& request) {
+    const auto sequence = journal_.begin(entryOf(request));
+    const auto fault = faults_.take(request);
+    const Answer answer = answerUnder(fault, request);
+    if (answer.cut != Cut::beforeAnswer) {
+        request.body.drain();
+    }
+    journal_.finish(sequence, [&](JournalEntry& entry) {
+        entry.text = request.text;
+        entry.bodyBytes = request.body.bytes();
+        entry.bodyDigest = isUpload(request) && request.body.isRead() ? request.body.digest() : "";
+        entry.status = answer.cut == Cut::beforeAnswer ? 0 : answer.response.status;
+        entry.fault = fault ? Faults::nameOf(fault->kind) : "";
+    });
+    return answer;
+}
+
+Answer Gateway::answerUnder(const std::optional<Fault>& fault, Request& request) {
+    if (!fault) {
+        return {.response = serve(request)};
+    }
+    if (const auto own = fault->kind == FaultKind::refusedToken ? refusedToken(request) : Faults::answerOf(*fault)) {
+        const Response handled = fault->isAfter ? serve(request) : Response{};
+        static_cast<void>(handled);
+        return {.response = *own};
+    }
+    return answerBroken(*fault, request);
+}
+
+Answer Gateway::answerBroken(const Fault& fault, Request& request) {
+    switch (fault.kind) {
+    case FaultKind::expireTokens:
+        accounts_.expireAccessTokens();
+        break;
+    case FaultKind::revokeRefresh:
+        accounts_.revokeRefreshTokens();
+        break;
+    case FaultKind::cutBefore:
+        return {.response = {}, .cut = Cut::beforeAnswer};
+    case FaultKind::cutUpload:
+        request.body.cutAfter(fault.bytes);
+        [[fallthrough]];
+    case FaultKind::cutAfter:
+        return {.response = serve(request), .cut = Cut::beforeAnswer};
+    case FaultKind::cutInBody:
+        return {.response = serve(request), .cut = Cut::insideBody};
+    case FaultKind::truncate:
+        return {.response = half(serve(request))};
+    case FaultKind::stall: {
+        Answer answer;
+        if (fault.isAfter) {
+            answer.response = serve(request);
+        }
+        if (!faults_.stall(fault, request)) {
+            answer.cut = Cut::beforeAnswer;
+        } else if (!fault.isAfter) {
+            answer.response = serve(request);
+        }
+        return answer;
+    }
+    default:
+        break;
+    }
+    return {.response = serve(request)};
+}
+
+Response Gateway::serve(Request& request) {
+    try {
+        if (!isUpload(request)) {
+            request.text = request.body.text();
+        }
+        return route(request);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "{} {} failed: {}\n", request.head.method, request.head.target, error.what());
+        return refusal(500, "internal", error.what());
+    }
+}
+
+Response Gateway::route(Request& request) {
+    if (request.head.header("apikey") != options_.anonKey) {
+        return refusal(401, "bad_api_key", "No API key, or an unknown one, was found in the request");
+    }
+    const bool isUserRequest = request.path == "/auth/v1/user";
+    if (request.path.starts_with(authPaths) && !isUserRequest) {
+        return accounts_.answer(request);
+    }
+    if (!isUserRequest && !request.path.starts_with(tablePaths) && !isUpload(request)) {
+        return refusal(404, "not_found", "There is no such path");
+    }
+    const std::string authorization = request.head.header("authorization");
+    const auto user =
+        authorization.starts_with(bearer) ? accounts_.userOf(authorization.substr(bearer.size())) : std::nullopt;
+    if (!user) {
+        return refusedToken(request);
+    }
+    if (isUserRequest) {
+        return accounts_.describe(*user);
+    }
+    return isUpload(request) ? objects_.answer(request, *user) : tables_.answer(request, *user);
+}
+
+Response Gateway::refusedToken(const Request& request) const {
+    const bool isDeployed = options_.profile == RefusalProfile::deployed;
+    if (isUpload(request)) {
+        return jsonResponse(isDeployed ? 400 : 401,
+                            {{"statusCode", "403"}, {"error", "Unauthorized"}, {"message", "jwt expired"}});
+    }
+    if (request.path.starts_with(authPaths)) {
+        return refusal(isDeployed ? 403 : 401, "bad_jwt", "invalid JWT: token is expired");
+    }
+    return refusal(401, "bad_jwt", "JWT expired");
+}
+
+} // namespace local_project

@@ -1,0 +1,254 @@
+#include "local_project/Tables.h"
+
+#include "local_project/Secrets.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <regex>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace local_project {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr std::string_view pathPrefix = "/rest/v1/";
+
+struct Window {
+    std::int64_t offset = 0;
+    std::int64_t limit = std::numeric_limits<std::int64_t>::max();
+};
+
+const Table& tableOf(const std::string& path) {
+    const auto& tables = hostedTables();
+    const auto found = std::ranges::find(tables, path.substr(pathPrefix.size()), &Table::name);
+    if (found == tables.end()) {
+        throw RequestError{refusal(404, "42P01", fmt::format("there is no table for {}", path))};
+    }
+    return *found;
+}
+
+std::string namesOf(const std::vector<const Column*>& columns) {
+    std::vector<std::string> names;
+    std::ranges::transform(columns, std::back_inserter(names), &Column::name);
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+json rowJson(const std::vector<const Column*>& columns, const Record& record) {
+    json row = json::object();
+    for (std::size_t at = 0; at < columns.size(); ++at) {
+        row[columns[at]->name] = sentValue(*columns[at], record[at]);
+    }
+    return row;
+}
+
+json rowsJson(const std::vector<const Column*>& columns, const std::vector<Record>& records) {
+    json rows = json::array();
+    for (const Record& record : records) {
+        rows.push_back(rowJson(columns, record));
+    }
+    return rows;
+}
+
+// The rows that `limit`, `offset` and a "Range: first-last" header leave together.
+Window windowOf(const Query& query, const RequestHead& head) {
+    Window window{.offset = query.offset(), .limit = query.limit().value_or(Window{}.limit)};
+    static const std::regex form(R"((\d{1,15})-(\d{0,15}))");
+    const std::string range = head.header("range");
+    std::smatch parts;
+    if (std::regex_match(range, parts, form)) {
+        const auto first = std::stoll(parts[1]);
+        window.offset += first;
+        if (parts[2].length() > 0) {
+            window.limit = std::min<std::int64_t>(window.limit, std::max(std::stoll(parts[2]) - first + 1, 0LL));
+        }
+    }
+    return window;
+}
+
+std::string contentRange(const Window& window, std::size_t rows, std::optional<std::int64_t> total) {
+    const std::string last = total ? std::to_string(*total) : "*";
+    return rows == 0
+               ? "*/" + last
+               : fmt::format("{}-{}/{}", window.offset, window.offset + static_cast<std::int64_t>(rows) - 1, last);
+}
+
+json bodyOf(const Request& request) {
+    json body = json::parse(request.text, nullptr, false);
+    if (!body.is_object() && !body.is_array()) {
+        throw RequestError{refusal(400, "bad_json", "the body is no JSON object or array")};
+    }
+    return body;
+}
+
+void requireOwn(const json& row, const User& user, const Table& table) {
+    const auto owner = row.find("user_id");
+    if (owner != row.end() && owner->is_string() && *owner != user.id) {
+        throw RequestError{refusal(
+            403, "42501", fmt::format("new row violates row-level security policy for table \"{}\"", table.name))};
+    }
+}
+
+// Turns an insert into an update of the row in conflict, in the columns that were sent and of one's own row only.
+std::string mergeClause(const Table& table, const Query& query, const json& row) {
+    std::vector<std::string> updates = {"updated_at = excluded.updated_at"};
+    for (const auto& item : row.items()) {
+        updates.push_back(fmt::format("{0} = excluded.{0}", item.key()));
+    }
+    const auto key = query.conflictKey().empty() ? std::vector<std::string>{"id"} : query.conflictKey();
+    return fmt::format(" ON CONFLICT({}) DO UPDATE SET {} WHERE {}.user_id = ?", fmt::join(key, ", "),
+                       fmt::join(updates, ", "), table.name);
+}
+
+Response constraintRefusal(const DatabaseError& error) {
+    switch (error.constraint()) {
+    case Constraint::unique:
+        return refusal(409, "23505", error.what());
+    case Constraint::foreignKey:
+        return refusal(409, "23503", error.what());
+    case Constraint::notNull:
+        return refusal(400, "23502", error.what());
+    case Constraint::check:
+        return refusal(400, "23514", error.what());
+    case Constraint::none:
+        break;
+    }
+    return refusal(500, "XX000", error.what());
+}
+
+} // namespace
+
+Tables::Tables(Database& database, Clock clock, std::function<void()> jobsChanged)
+    : database_(database), clock_(std::move(clock)), jobsChanged_(std::move(jobsChanged)) {
+    createTables(database_);
+}
+
+Tables::Preferences Tables::preferencesOf(const Request& request) {
+    const std::string prefer = request.head.header("prefer");
+    const auto asksFor = [&](std::string_view preference) { return prefer.find(preference) != std::string::npos; };
+    return {.countsExactly = asksFor("count=exact"),
+            .returnsRows = asksFor("return=representation"),
+            .mergesDuplicates = asksFor("resolution=merge-duplicates")};
+}
+
+Response Tables::answer(const Request& request, const User& user) {
+    try {
+        const Table& table = tableOf(request.path);
+        if (request.head.method == "GET" || request.head.method == "HEAD") {
+            return read(table, request, user);
+        }
+        if (request.head.method != "POST" && request.head.method != "PATCH") {
+            return refusal(405, "bad_method", "rows are read by GET, added by POST and changed by PATCH");
+        }
+        Response response = database_.inTransaction([&] {
+            return request.head.method == "POST" ? insert(table, request, user) : update(table, request, user);
+        });
+        if (table.name == "jobs") {
+            jobsChanged_();
+        }
+        return response;
+    } catch (const RequestError& error) {
+        return error.response;
+    } catch (const DatabaseError& error) {
+        return constraintRefusal(error);
+    }
+}
+
+Response Tables::read(const Table& table, const Request& request, const User& user) {
+    const Query query(table, request.head.query());
+    const Window window = windowOf(query, request.head);
+    std::vector<Value> arguments;
+    const std::string from = fmt::format(" FROM {}{}", table.name, query.where(user.id, arguments));
+    std::optional<std::int64_t> total;
+    if (preferencesOf(request).countsExactly) {
+        total = integerOf(database_.run("SELECT count(*)" + from, arguments).front()[0]);
+    }
+    arguments.emplace_back(window.limit);
+    arguments.emplace_back(window.offset);
+    const auto records = database_.run(
+        fmt::format("SELECT {}{}{} LIMIT ? OFFSET ?", namesOf(query.selected()), from, query.order()), arguments);
+    if (total && window.offset > 0 && window.offset >= *total) {
+        return refusal(416, "bad_range",
+                       fmt::format("an offset of {} was requested, but there are {} rows", window.offset, *total));
+    }
+    Response response = jsonResponse(200, rowsJson(query.selected(), records));
+    response.headers.emplace_back("Content-Range", contentRange(window, records.size(), total));
+    if (total && static_cast<std::int64_t>(records.size()) < *total) {
+        response.status = 206;
+    }
+    return response;
+}
+
+Response Tables::insert(const Table& table, const Request& request, const User& user) {
+    const Query query(table, request.head.query());
+    const Preferences preferences = preferencesOf(request);
+    json body = bodyOf(request);
+    const json rows = body.is_array() ? std::move(body) : json::array({std::move(body)});
+    std::vector<Record> inserted;
+    for (const json& row : rows) {
+        inserted.push_back(insertRow(table, query, row, preferences, user));
+    }
+    return preferences.returnsRows ? jsonResponse(201, rowsJson(query.selected(), inserted)) : Response{.status = 201};
+}
+
+Record Tables::insertRow(const Table& table, const Query& query, const json& row, const Preferences& preferences,
+                         const User& user) {
+    if (!row.is_object()) {
+        throw RequestError{refusal(400, "bad_json", "a row is a JSON object")};
+    }
+    requireOwn(row, user, table);
+    const std::string now = timestampOf(clock_());
+    json whole = {{"id", randomUuid()}, {"created_at", now}, {"updated_at", now}};
+    whole.update(row);
+    std::vector<std::string> names;
+    std::vector<Value> values;
+    for (const auto& [name, value] : whole.items()) {
+        values.push_back(storedValue(table.column(name), value));
+        names.push_back(name);
+    }
+    std::string sql = fmt::format("INSERT INTO {}({}) VALUES({})", table.name, fmt::join(names, ", "),
+                                  fmt::join(std::vector<std::string>(names.size(), "?"), ", "));
+    if (preferences.mergesDuplicates) {
+        sql += mergeClause(table, query, row);
+        values.emplace_back(user.id);
+    }
+    const auto inserted = database_.run(fmt::format("{} RETURNING {}", sql, namesOf(query.selected())), values);
+    if (inserted.empty()) {
+        throw RequestError{refusal(403, "42501", "the row in conflict belongs to another user")};
+    }
+    return inserted.front();
+}
+
+Response Tables::update(const Table& table, const Request& request, const User& user) {
+    const Query query(table, request.head.query());
+    const Preferences preferences = preferencesOf(request);
+    json changes = bodyOf(request);
+    if (!changes.is_object()) {
+        throw RequestError{refusal(400, "bad_json", "the body is no JSON object")};
+    }
+    requireOwn(changes, user, table);
+    changes.emplace("updated_at", timestampOf(clock_()));
+    std::vector<std::string> assignments;
+    std::vector<Value> arguments;
+    for (const auto& [name, value] : changes.items()) {
+        assignments.push_back(fmt::format("{} = ?", table.column(name).name));
+        arguments.push_back(storedValue(table.column(name), value));
+    }
+    const std::string where = query.where(user.id, arguments);
+    const auto changed = database_.run(fmt::format("UPDATE {} SET {}{} RETURNING {}", table.name,
+                                                   fmt::join(assignments, ", "), where, namesOf(query.selected())),
+                                       arguments);
+    return preferences.returnsRows ? jsonResponse(200, rowsJson(query.selected(), changed)) : Response{.status = 204};
+}
+
+json Tables::all(const std::string& table) {
+    const Query query(tableOf(std::string(pathPrefix) + table), {});
+    return rowsJson(query.selected(),
+                    database_.run(fmt::format("SELECT {} FROM {} ORDER BY rowid", namesOf(query.selected()), table)));
+}
+
+} // namespace local_project
