@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace platform {
+
+// What a scan compares to tell a changed file from an unchanged one.
+struct FileAttributes {
+    std::int64_t bytes = 0; // 0 for what is no regular file
+    // Milliseconds since 1970-01-01 UTC with their fraction: seconds and nanoseconds as one double, times 1000.0. The
+    // start of the year 1 where the file system tells no time.
+    double mtimeMilliseconds = 0;
+    bool operator==(const FileAttributes&) const = default;
+};
+
+// Asks once, by path (statx(2)), and follows links. Throws FileError.
+[[nodiscard]] FileAttributes readFileAttributes(const std::string& path);
+
+// The time as above of a whole second and its nanoseconds.
+[[nodiscard]] double millisecondsSinceEpoch(std::int64_t seconds, std::uint32_t nanoseconds) noexcept;
+
+} // namespace platform

@@ -1,0 +1,246 @@
+#include "platform/http/CurlExchange.h"
+
+#include "platform/http/CurlFailure.h"
+#include "platform/http/HttpRedirect.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(blanks);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+// A line for CURLOPT_HTTPHEADER(3), where an empty value is told by a semicolon.
+std::string headerLine(const HttpHeader& header) {
+    if ((header.name + header.value).find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
+        throw TransportError(fmt::format("The header \"{}\" of the request holds a line break", trimmed(header.name)));
+    }
+    return header.value.empty() ? header.name + ";" : header.name + ": " + header.value;
+}
+
+bool mayBeSentTwice(const HttpRequest& request) {
+    return request.method == "GET" || request.method == "HEAD";
+}
+
+} // namespace
+
+CurlExchange::CurlExchange(PendingExchange& pending, std::unique_ptr<FileBodyReader> file, CurlHandle handle,
+                           const CurlLimits& limits)
+    : pending_(pending), file_(std::move(file)), handle_(std::move(handle)), limits_(limits) {}
+
+template <class Value>
+void CurlExchange::set(CURLoption option, Value value) {
+    if (const CURLcode code = curl_easy_setopt(handle(), option, value); code != CURLE_OK) {
+        throw curlFailure(code, "");
+    }
+}
+
+void CurlExchange::prepare() {
+    curl_easy_reset(handle());
+    response_ = HttpResponse();
+    headerBytes_ = 0;
+    isHeaderComplete_ = false;
+    timesSent_ = 0;
+    setRequest();
+    setHeaders();
+    setBounds();
+    setCallbacks();
+}
+
+void CurlExchange::setRequest() {
+    set(CURLOPT_URL, pending_.request.url.c_str());
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_NOBODY, pending_.request.method == "HEAD" ? 1L : 0L);
+    setBody();
+    set(CURLOPT_CUSTOMREQUEST, pending_.request.method.c_str());
+}
+
+// A method that may carry a body announces its length also where it is nothing.
+void CurlExchange::setBody() {
+    const HttpRequest& request = pending_.request;
+    if (std::holds_alternative<FileBody>(request.body)) {
+        file_->rewind();
+        set(CURLOPT_POST, 1L);
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(file_->size()));
+        return;
+    }
+    const std::string* const bytes = std::get_if<std::string>(&request.body);
+    if (bytes != nullptr || !mayBeSentTwice(request)) {
+        set(CURLOPT_POSTFIELDS, bytes != nullptr ? bytes->data() : "");
+        set(CURLOPT_POSTFIELDSIZE_LARGE, bytes != nullptr ? static_cast<curl_off_t>(bytes->size()) : curl_off_t{0});
+    }
+}
+
+void CurlExchange::setHeaders() {
+    headers_.reset();
+    const auto append = [this](const std::string& line) {
+        curl_slist* const grown = curl_slist_append(headers_.get(), line.c_str());
+        if (grown == nullptr) {
+            throw std::bad_alloc();
+        }
+        static_cast<void>(headers_.release()); // the grown list starts with it
+        headers_.reset(grown);
+    };
+    // What libcurl would send by itself: a line without a value takes it out, unless the request brings one.
+    for (const char* own : {"Accept", "Content-Type", "Expect"}) {
+        const auto isOwn = [own](const HttpHeader& header) { return isSameHeader(header.name, own); };
+        if (std::ranges::none_of(pending_.request.headers, isOwn)) {
+            append(std::string(own) + ":");
+        }
+    }
+    for (const HttpHeader& header : pending_.request.headers) {
+        append(headerLine(header));
+    }
+    set(CURLOPT_HTTPHEADER, headers_.get());
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+}
+
+void CurlExchange::setBounds() {
+    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits_.connect.count()));
+    set(CURLOPT_LOW_SPEED_LIMIT, 1L);
+    set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits_.stall.count()));
+    set(CURLOPT_NOSIGNAL, 1L);
+    // An aborted exchange must not hold up the others until its look-up of a name has ended.
+    set(CURLOPT_QUICK_EXIT, 1L);
+}
+
+void CurlExchange::setCallbacks() {
+    const auto onRead = [](char* buffer, std::size_t size, std::size_t count, void* self) -> std::size_t {
+        return guarded(self, std::size_t{CURL_READFUNC_ABORT},
+                       [&](CurlExchange& exchange) { return exchange.file_->read({buffer, size * count}); });
+    };
+    const auto onHeader = [](char* line, std::size_t size, std::size_t count, void* self) -> std::size_t {
+        return guarded(self, std::size_t{0}, [&](CurlExchange& exchange) {
+            exchange.takeHeaderLine({line, size * count});
+            return size * count;
+        });
+    };
+    const auto onBody = [](char* bytes, std::size_t size, std::size_t count, void* self) -> std::size_t {
+        return guarded(self, std::size_t{0}, [&](CurlExchange& exchange) {
+            exchange.takeBody({bytes, size * count});
+            return size * count;
+        });
+    };
+    const auto onSending = [](void* self, char*, char*, int, int) {
+        return static_cast<CurlExchange*>(self)->refuseSecondSending();
+    };
+    set(CURLOPT_READFUNCTION, static_cast<curl_read_callback>(onRead));
+    set(CURLOPT_READDATA, this);
+    set(CURLOPT_HEADERFUNCTION, static_cast<curl_write_callback>(onHeader));
+    set(CURLOPT_HEADERDATA, this);
+    set(CURLOPT_WRITEFUNCTION, static_cast<curl_write_callback>(onBody));
+    set(CURLOPT_WRITEDATA, this);
+    set(CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(onSending));
+    set(CURLOPT_PREREQDATA, this);
+    set(CURLOPT_ERRORBUFFER, account_.data());
+    set(CURLOPT_PRIVATE, this);
+}
+
+template <class Result, class Step>
+Result CurlExchange::guarded(void* exchange, Result failed, Step step) noexcept {
+    CurlExchange& self = *static_cast<CurlExchange*>(exchange);
+    try {
+        return step(self);
+    } catch (...) {
+        self.failure_ = std::current_exception();
+        return failed;
+    }
+}
+
+// A status line opens a new block: the one before was an interim answer. Lines after the block's end are trailers.
+void CurlExchange::takeHeaderLine(std::string_view line) {
+    headerBytes_ += line.size();
+    if (headerBytes_ > limits_.headerBytes) {
+        throw TransportError(
+            fmt::format("The server's answer has more than {} KiB of headers", limits_.headerBytes >> 10U));
+    }
+    const std::size_t colon = line.find(':');
+    if (line.starts_with("HTTP/")) {
+        response_.headers.clear();
+        isHeaderComplete_ = false;
+    } else if (trimmed(line).empty()) {
+        isHeaderComplete_ = true;
+    } else if (!isHeaderComplete_ && colon != std::string_view::npos) {
+        response_.headers.emplace_back(std::string(line.substr(0, colon)),
+                                       std::string(trimmed(line.substr(colon + 1))));
+    }
+}
+
+void CurlExchange::takeBody(std::string_view bytes) {
+    if (bytes.size() > limits_.bodyBytes - response_.body.size()) {
+        throw TransportError(fmt::format("The server's answer is larger than {} KiB", limits_.bodyBytes >> 10U));
+    }
+    response_.body += bytes;
+}
+
+// libcurl sends a request again by itself where a kept connection turns out to be dead.
+int CurlExchange::refuseSecondSending() noexcept {
+    return timesSent_++ == 0 || mayBeSentTwice(pending_.request) ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+HttpResponse CurlExchange::takeResponse(CURLcode result) {
+    if (failure_) {
+        std::rethrow_exception(std::exchange(failure_, nullptr));
+    }
+    const bool wasSent = timesSent_ > 0;
+    if (wasSent && (result == CURLE_UNSUPPORTED_PROTOCOL || result == CURLE_WEIRD_SERVER_REPLY)) {
+        return HttpResponse();
+    }
+    if (timesSent_ > 1 && result == CURLE_ABORTED_BY_CALLBACK) {
+        throw curlFailure(CURLE_GOT_NOTHING, "");
+    }
+    if (result != CURLE_OK) {
+        throw curlFailure(result, account_.data());
+    }
+    long status = 0;
+    curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
+    response_.status = static_cast<int>(status);
+    return std::move(response_);
+}
+
+bool CurlExchange::redirects(const HttpResponse& response) {
+    std::optional<HttpRequest> next = followRedirect(pending_.request, response);
+    if (!next) {
+        return false;
+    }
+    if (++redirects_ > limits_.redirects) {
+        throw TransportError(fmt::format("The server redirects more than {} times", limits_.redirects));
+    }
+    pending_.request = *std::move(next);
+    prepare();
+    return true;
+}
+
+// The answer is given after the handler has ended, so that the sender alone holds the exception.
+bool CurlExchange::goesOn(CURLcode result) noexcept {
+    HttpResponse response;
+    std::exception_ptr reason;
+    try {
+        response = takeResponse(result);
+        if (redirects(response)) {
+            return true;
+        }
+    } catch (...) {
+        reason = std::current_exception();
+    }
+    if (reason) {
+        pending_.fail(std::move(reason));
+    } else {
+        pending_.succeed(std::move(response));
+    }
+    return false;
+}
+
+} // namespace platform

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "platform/http/CurlTransport.h"
+#include "platform/http/FileBodyReader.h"
+#include "platform/http/HttpTransport.h"
+
+#include <curl/curl.h>
+
+#include <array>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string_view>
+
+namespace platform {
+
+struct CurlCleanup {
+    void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
+    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
+};
+using CurlHandle = std::unique_ptr<CURL, CurlCleanup>;
+
+// One exchange on the transport's thread, redirects and all, and the libcurl handle that carries it. The callbacks of
+// the handle point here, so it stays where it is. Used inside this folder.
+class CurlExchange {
+public:
+    // `file` is the opened file of the request's body, where it has one.
+    CurlExchange(PendingExchange& pending, std::unique_ptr<FileBodyReader> file, CurlHandle handle,
+                 const CurlLimits& limits);
+    CurlExchange(const CurlExchange&) = delete;
+    CurlExchange& operator=(const CurlExchange&) = delete;
+
+    [[nodiscard]] CURL* handle() const noexcept { return handle_.get(); }
+    [[nodiscard]] std::uint64_t ticket() const noexcept { return pending_.ticket; }
+
+    // Sets the handle up for the request, before each time that it is added to the multi handle. Throws TransportError
+    // for a request that cannot be sent.
+    void prepare();
+
+    // Takes the result of a transfer whose handle was removed from the multi handle. True when a redirect is to be
+    // followed and the handle to be added again; else the sender has its answer.
+    [[nodiscard]] bool goesOn(CURLcode result) noexcept;
+
+    // Ends it without an answer of the server.
+    void fail(std::exception_ptr reason) noexcept { pending_.fail(std::move(reason)); }
+
+    // For the next exchange, once this one has ended.
+    [[nodiscard]] CurlHandle takeHandle() noexcept { return std::move(handle_); }
+
+private:
+    void setRequest();
+    void setBody();
+    void setHeaders();
+    void setBounds();
+    void setCallbacks();
+    template <class Value>
+    void set(CURLoption option, Value value);
+
+    void takeHeaderLine(std::string_view line);
+    void takeBody(std::string_view bytes);
+    int refuseSecondSending() noexcept;
+    HttpResponse takeResponse(CURLcode result);
+    bool redirects(const HttpResponse& response);
+
+    // Runs a step that libcurl calls; what it throws becomes the failure of the exchange, and `failed` its result.
+    template <class Result, class Step>
+    static Result guarded(void* exchange, Result failed, Step step) noexcept;
+
+    PendingExchange& pending_;
+    std::unique_ptr<FileBodyReader> file_;
+    CurlHandle handle_;
+    const CurlLimits& limits_;
+
+    std::unique_ptr<curl_slist, CurlCleanup> headers_;
+    std::array<char, CURL_ERROR_SIZE> account_{};
+    HttpResponse response_;
+    std::size_t headerBytes_ = 0;
+    bool isHeaderComplete_ = false;
+    int timesSent_ = 0;
+    int redirects_ = 0;
+    std::exception_ptr failure_; // ours, found in a callback: it stands before libcurl's account of it
+};
+
+} // namespace platform

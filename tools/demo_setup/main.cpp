@@ -1,0 +1,80 @@
+// veskline-demo-setup MODE FOLDER...
+//
+// Prepares a state folder as a user would in the window: signs in at the hosted project and stores the folders and the
+// speed, so that an agent started on it begins to sync by itself. Project and state folder come from the environment,
+// as the agent's do; the account from VESKLINE_DEMO_EMAIL and VESKLINE_DEMO_PASSWORD, which keeps it off the command
+// line.
+
+#include "hosted/SupabaseHTTPClient.h"
+#include "platform/async/Spawn.h"
+#include "platform/async/ThreadPool.h"
+#include "platform/http/CurlTransport.h"
+#include "platform/text/ErrorDescription.h"
+#include "state/LocalDatabase.h"
+#include "state/PublicConfigLoader.h"
+#include "state/SessionStore.h"
+#include "sync/StoredSelection.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Request {
+    veskline::SyncMode mode = veskline::SyncMode::regular;
+    std::vector<std::string> folders;
+    std::string email;
+    std::string password;
+};
+
+std::optional<Request> readRequest(int count, char** arguments) {
+    const char* const email = std::getenv("VESKLINE_DEMO_EMAIL");
+    const char* const password = std::getenv("VESKLINE_DEMO_PASSWORD");
+    if (count < 3 || email == nullptr || password == nullptr) {
+        return std::nullopt;
+    }
+    const std::optional<veskline::SyncMode> mode = veskline::fromRawValue(arguments[1]);
+    if (!mode) {
+        return std::nullopt;
+    }
+    Request request{.mode = *mode, .email = email, .password = password};
+    for (int i = 2; i < count; ++i) {
+        request.folders.push_back(std::filesystem::absolute(arguments[i]).string());
+    }
+    return request;
+}
+
+void prepare(const Request& request) {
+    async::ThreadPool pool;
+    platform::CurlTransport http;
+    veskline::SessionStore sessionStore(pool.executor());
+    veskline::LocalDatabase database(pool.executor());
+    veskline::SupabaseHTTPClient client(veskline::PublicConfigLoader::load(), sessionStore, http.transport(),
+                                        pool.executor());
+    veskline::StoredSelection selection(database);
+    async::runBlocking(pool.executor(), [&] { return client.signIn(request.email, request.password); });
+    async::runBlocking(pool.executor(), [&] { return selection.write(request.folders, request.mode); });
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::optional<Request> request = readRequest(argc, argv);
+    if (!request) {
+        std::fputs("veskline-demo-setup regular|ultra FOLDER...\n"
+                   "with VESKLINE_DEMO_EMAIL and VESKLINE_DEMO_PASSWORD in the environment\n",
+                   stderr);
+        return 2;
+    }
+    try {
+        prepare(*request);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "veskline-demo-setup: %s\n", platform::describe(error).c_str());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
