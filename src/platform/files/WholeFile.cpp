@@ -1,6 +1,7 @@
 #include "platform/files/WholeFile.h"
 
 #include "platform/files/FileError.h"
+#include "platform/files/FileOwnership.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -87,16 +88,6 @@ void syncFolderOf(const std::string& path) {
     }
 }
 
-// A second name could make us write into a file that the user keeps elsewhere.
-bool isOwnRegularFile(const struct stat& attributes) {
-    return S_ISREG(attributes.st_mode) && attributes.st_uid == ::geteuid() && attributes.st_nlink <= 1;
-}
-
-FileError foreignFile(const std::string& path) {
-    return FileError(
-        fmt::format("The file \"{}\" could not be used: it is a link or not a file of this user alone", path));
-}
-
 constexpr std::size_t blockSize = std::size_t{64} << 10U;
 
 // Appends what `file` holds. False with errno after a failure; stops soon after `most`.
@@ -129,7 +120,7 @@ std::string WholeFile::read(std::size_t most) const {
         throw FileError(path_, "opened", errno);
     }
     if (owner_ == Owner::thisUser && !isOwnRegularFile(attributes)) {
-        throw foreignFile(path_);
+        throw FileError(path_, "read", EPERM);
     }
     if (!S_ISREG(attributes.st_mode)) {
         throw FileError(path_, "read", S_ISDIR(attributes.st_mode) ? EISDIR : EINVAL);
@@ -146,7 +137,9 @@ std::string WholeFile::read(std::size_t most) const {
 }
 
 void WholeFile::replace(std::string_view content) const {
-    refuseForeignFile();
+    if (owner_ == Owner::thisUser) {
+        refuseForeignFile(path_);
+    }
     removeLeftover();
     TemporaryFile temporary(temporaryPath());
     if (!temporary.exists() || !temporary.write(content) || !temporary.moveTo(path_)) {
@@ -171,14 +164,6 @@ std::string WholeFile::temporaryPath() const {
     const std::string folder = folderOf(path_);
     const std::size_t nameStart = path_.find_last_of('/') + 1; // npos + 1 is the start of a bare name
     return fmt::format("{}.{}.tmp", folder, std::string_view(path_).substr(nameStart));
-}
-
-void WholeFile::refuseForeignFile() const {
-    struct stat attributes{};
-    const bool isThere = ::lstat(path_.c_str(), &attributes) == 0;
-    if (owner_ == Owner::thisUser && isThere && !isOwnRegularFile(attributes)) {
-        throw foreignFile(path_);
-    }
 }
 
 } // namespace platform

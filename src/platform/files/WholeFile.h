@@ -14,8 +14,8 @@ namespace platform {
 // at most one such file behind; there must be one writer at a time.
 //
 // A file in a folder where others may create files, /tmp above all, is opened with Owner::thisUser: then the file is
-// only ever read or replaced where it is a regular file of the process's effective user with no second name. What
-// another user put there, a link or a file, is neither read nor written through.
+// only ever read or replaced where it is a regular file of this user alone (FileOwnership.h). What another user put
+// there, a link or a file, is neither read nor written through.
 //
 // Holds no open file. The operations block on the disk.
 class WholeFile {
@@ -45,7 +45,6 @@ public:
 
 private:
     [[nodiscard]] std::string temporaryPath() const;
-    void refuseForeignFile() const;
 
     std::string path_;
     Owner owner_;
