@@ -1,0 +1,31 @@
+#include "state/OwnDatabaseFile.h"
+
+#include "platform/files/FileError.h"
+#include "platform/files/FileOwnership.h"
+#include "state/DatabaseError.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace veskline {
+
+void refuseForeignDatabaseFile(const std::string& path) {
+    try {
+        for (const char* suffix : {"", "-journal", "-wal", "-shm"}) {
+            platform::refuseForeignFile(path + suffix);
+        }
+    } catch (const platform::FileError& error) {
+        throw DatabaseError(error.what());
+    }
+}
+
+void createPrivateDatabaseFile(const std::string& path) noexcept {
+    // Only where there is none: to close a file that a connection of this process has open would drop its locks
+    // (fcntl(2)).
+    const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file >= 0) {
+        ::close(file);
+    }
+}
+
+} // namespace veskline
