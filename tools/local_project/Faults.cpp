@@ -43,7 +43,7 @@ FaultKind kindOf(const json& name) {
 }
 
 void readInto(std::uint64_t& field, const json& value) {
-    if (!value.is_number_unsigned()) {
+    if (!value.is_number_unsigned() && !(value.is_number_integer() && value >= 0)) {
         throw FaultError(fmt::format("{} is no whole number from 0", textOf(value)));
     }
     field = value.get<std::uint64_t>();
