@@ -2,6 +2,7 @@
 
 #include "platform/async/Cancelled.h"
 #include "platform/http/CurlExchange.h"
+#include "platform/http/TransportError.h"
 
 #include <csignal>
 #include <mutex>

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace veskline::testing {
+
+using Headers = std::vector<std::pair<std::string, std::string>>;
+
+// A request as it came over the wire.
+struct RecordedRequest {
+    std::string method;
+    std::string target; // path and query, as sent
+    Headers headers;    // names and values as spelled, in their order
+    std::string body;   // its first MiB
+    std::int64_t bodyBytes = 0;
+    int connection = 0; // 1 for the first connection that the server took, and so on
+
+    // "POST /path?query"
+    [[nodiscard]] std::string line() const { return method + " " + target; }
+    // The value of the header that is spelled so; "(none)" where it was not sent.
+    [[nodiscard]] std::string header(std::string_view name) const;
+};
+
+struct ScriptedReply {
+    enum class Cut { never, beforeHeaders, inBody, afterBody };
+
+    int status = 200;
+    std::string body;
+    Headers headers;
+    std::string raw;         // sent instead of all the above, where it is not empty
+    Cut cut = Cut::never;    // where the connection is closed
+    bool isHeld = false;     // not sent before release()
+    bool comesEarly = false; // as soon as the request's headers are there and not its body
+};
+
+// A service on loopback that answers as a test says and records what it was sent. One thread serves any number of
+// connections. A request without a reply is answered with 599. Proxy variables do not reach it.
+class ScriptedServer {
+public:
+    ScriptedServer();
+    ~ScriptedServer();
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+    [[nodiscard]] std::string url() const; // "http://127.0.0.1:<port>"
+
+    // The reply to the next request that has no other: each reply is given once, in order.
+    void reply(ScriptedReply reply) { replyTo("", std::move(reply)); }
+    // The same for a request whose line, such as "GET /a?b=c", contains `part`.
+    void replyTo(std::string part, ScriptedReply reply);
+    // Lets every reply go that is held or will be.
+    void release();
+
+    [[nodiscard]] std::vector<RecordedRequest> requests() const;
+    [[nodiscard]] std::vector<std::string> lines() const;
+
+    // Both block until so many have come, and throw after ten seconds.
+    void waitForRequests(std::size_t count);
+    void waitForHangUps(std::size_t count); // connections that the other side has closed
+
+private:
+    struct Connection {
+        int number = 0;
+        std::string input; // not yet taken apart
+        RecordedRequest request;
+        std::int64_t missing = 0; // bytes of the body
+        bool hasHead = false;
+        bool isAnswered = false;           // early: what is left of the body is thrown away
+        std::optional<ScriptedReply> held; // waits for release()
+    };
+
+    void run();
+    void takeConnection();
+    void receive(int socket);
+    bool advance(int socket, Connection& connection);
+    bool finishRequest(int socket, Connection& connection);
+    bool deliver(int socket, Connection& connection, const ScriptedReply& reply);
+    void deliverReleased();
+    void drop(int socket);
+    std::optional<ScriptedReply> takeReply(const std::string& line, bool comesEarly);
+    void record(const RecordedRequest& request);
+    void wake() const;
+    template <class Condition>
+    void waitUntil(Condition condition);
+
+    int listener_;
+    int wakeUp_;
+    std::map<int, Connection> connections_; // by socket; this and the next two are the thread's alone
+    std::vector<char> buffer_ = std::vector<char>(65536);
+    int lastNumber_ = 0;
+
+    mutable std::mutex mutex_;
+    std::condition_variable news_;
+    std::deque<std::pair<std::string, ScriptedReply>> replies_;
+    std::vector<RecordedRequest> requests_;
+    std::size_t hangUps_ = 0;
+    bool isReleased_ = false;
+    bool isStopping_ = false;
+    std::thread thread_;
+};
+
+} // namespace veskline::testing
