@@ -47,8 +47,11 @@ public:
         std::filesystem::create_directories(path_ / name);
         return at(name);
     }
-    // The content of a file; empty where there is none.
+    // The content of a file; empty where there is none, or a folder.
     [[nodiscard]] std::string read(std::string_view name) const {
+        if (!std::filesystem::is_regular_file(path_ / name)) {
+            return {};
+        }
         std::ifstream in(path_ / name, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(in), {});
     }

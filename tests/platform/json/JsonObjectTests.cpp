@@ -80,36 +80,22 @@ TEST(JsonObject, NamesThePlaceOfAWrongValue) {
 }
 
 TEST(JsonObject, TakesWholeNumbersOnly) {
-    struct Case {
-        const char* number;
-        std::optional<std::int64_t> value;
-    };
-    const Case cases[] = {
-        {"5", 5},
-        {"-5", -5},
-        {"5.0", 5},
-        {"5e3", 5000},
-        {"9223372036854775807", INT64_MAX},
-        {"-9223372036854775808", INT64_MIN},
-        {"9007199254740992.0", 9007199254740992},
-        {"9223372036854775808", {}},
-        {"-9223372036854775809", {}},
-        {"18446744073709551616", {}},
-        {"9007199254740994.0", {}},
-        {"5.5", {}},
-        {"true", {}},
-        {"\"5\"", {}},
-        {"[5]", {}},
-    };
-    for (const Case& one : cases) {
-        const std::string text = std::string(R"({"size":)") + one.number + "}";
-        std::optional<std::int64_t> value;
+    const auto sizeOf = [](const std::string& number) -> std::optional<std::int64_t> {
         try {
-            value = decodeJson<Part>(text).size;
+            return decodeJson<Part>(R"({"size":)" + number + "}").size;
         } catch (const JsonError&) {
-            value.reset();
+            return std::nullopt;
         }
-        EXPECT_EQ(value, one.value) << one.number;
+    };
+    EXPECT_EQ(sizeOf("-5"), -5);
+    EXPECT_EQ(sizeOf("5.0"), 5);
+    EXPECT_EQ(sizeOf("5e3"), 5000);
+    EXPECT_EQ(sizeOf("9223372036854775807"), INT64_MAX);
+    EXPECT_EQ(sizeOf("-9223372036854775808"), INT64_MIN);
+    EXPECT_EQ(sizeOf("9007199254740992.0"), 9007199254740992);
+    for (const char* number : {"9223372036854775808", "-9223372036854775809", "18446744073709551616",
+                               "9007199254740994.0", "5.5", "true", "\"5\"", "[5]"}) {
+        EXPECT_EQ(sizeOf(number), std::nullopt) << number;
     }
 }
 
