@@ -1,0 +1,114 @@
+#include "HostedFixture.h"
+#include "platform/async/Cancelled.h"
+
+namespace veskline::testing {
+namespace {
+
+using SupabaseHTTPClientRequests = HostedFixture;
+
+// The words of one request with the session: "GET /rest/v1/files".
+std::string fetchFailure(HostedFixture& test) {
+    return test.failure([&test] { return test.client.fetchRemoteFile("key"); });
+}
+
+TEST_F(SupabaseHTTPClientRequests, SendsTheHeadersInOrderAndSpelledAsGiven) {
+    server.reply({.body = "[]"});
+    EXPECT_EQ(fetchFailure(*this), "(none)");
+    const Headers headers{{"Host", server.url().substr(7)},
+                          {"apikey", "anon"},
+                          {"accept", "application/json"},
+                          {"Authorization", "Bearer old"}};
+    EXPECT_EQ(server.requests().at(0).headers, headers);
+}
+
+TEST_F(SupabaseHTTPClientRequests, JudgesAResponseByItsStatusAndOnlyThenByItsBody) {
+    const struct {
+        ScriptedReply reply;
+        std::string words;
+    } cases[] = {
+        {{.status = 206, .body = "[]"}, "(none)"},
+        {{.status = 204}, "The text is not valid JSON: error in line 1, column 1"},
+        {{.status = 400, .body = R"({"message": "why"})"}, "Supabase request failed with status 400"},
+        {{.status = 403}, "Supabase request failed with status 403"},
+        {{.status = 304}, "Supabase request failed with status 304"},
+        {{.status = 200, .body = R"({"message": "why"})"}, "why"},
+        {{.status = 200, .body = R"({"message": 5})"}, "The document is not a list"},
+        {{.status = 200, .body = R"([{"id": null}])"}, "The value of \"[0].id\" is missing"},
+        {{.raw = "220 mail.example ESMTP\r\n"}, "Invalid Supabase response"},
+    };
+    for (const auto& [reply, words] : cases) {
+        server.reply(reply);
+        EXPECT_EQ(fetchFailure(*this), words);
+    }
+    EXPECT_EQ(server.requests().size(), std::size(cases)); // nothing was tried again
+}
+
+TEST_F(SupabaseHTTPClientRequests, WithoutASessionSendNothing) {
+    run([&] { return sessionStore.clear(); });
+    EXPECT_EQ(fetchFailure(*this), "Not authenticated");
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(SupabaseHTTPClientRequests, RepeatTheWholeWorkWithTheSessionThatTheRefreshGave) {
+    server.reply({.body = R"({"id": "u"})"});
+    server.reply({.status = 401});
+    server.reply({.body = renewed("new"), .isHeld = true});
+    server.reply({.body = R"({"id": "u"})"});
+    server.reply({.status = 201});
+    const async::TaskHandle job =
+        async::spawn(pool.executor(), [&]() -> async::Task<> { co_await client.insertJob("f", "ingest"); });
+    server.waitForRequests(3);
+    store(session("other")); // not what the second run is to use
+    server.release();
+    job.waitBlocking();
+
+    EXPECT_EQ(server.lines(), (std::vector<std::string>{"GET /auth/v1/user", "POST /rest/v1/jobs",
+                                                        "POST /auth/v1/token?grant_type=refresh_token",
+                                                        "GET /auth/v1/user", "POST /rest/v1/jobs"}));
+    EXPECT_EQ(tokens(), "Bearer old, Bearer old, (none), Bearer new, Bearer new, ");
+    EXPECT_EQ(sentBody(2), nlohmann::json({{"refresh_token", "old-refresh"}}));
+    EXPECT_EQ(stored(), session("new"));
+}
+
+TEST_F(SupabaseHTTPClientRequests, RefreshOnceAtMost) {
+    server.reply({.status = 401});
+    server.reply({.body = renewed("new")});
+    server.reply({.status = 401});
+    EXPECT_EQ(fetchFailure(*this), "Supabase session is unauthorized");
+    EXPECT_EQ(server.requests().size(), 3U);
+    EXPECT_EQ(stored(), session("new"));
+
+    server.reply({.status = 401});
+    server.reply({.status = 400});
+    EXPECT_EQ(fetchFailure(*this), "Supabase request failed with status 400");
+    EXPECT_EQ(server.requests().size(), 5U);
+    EXPECT_EQ(stored(), session("new"));
+}
+
+TEST_F(SupabaseHTTPClientRequests, PassOnTheFailuresOfTheTransport) {
+    server.reply({.cut = ScriptedReply::Cut::beforeHeaders});
+    EXPECT_EQ(fetchFailure(*this), "The connection to the server was lost: Empty reply from server");
+    SupabaseHTTPClient nowhere{{.supabaseURL = "nowhere"}, sessionStore, curl.transport(), pool.executor()};
+    EXPECT_EQ(failure([&] { return nowhere.fetchRemoteFile("key"); }), "Invalid Supabase URL");
+}
+
+TEST_F(SupabaseHTTPClientRequests, EndOnTheWireWhenCancelled) {
+    server.reply({.isHeld = true});
+    bool wasCancelled = false;
+    const async::TaskHandle task = async::spawn(pool.executor(), [&]() -> async::Task<> {
+        try {
+            co_await client.fetchRemoteFile("key");
+        } catch (const async::Cancelled&) {
+            wasCancelled = true;
+        }
+    });
+    server.waitForRequests(1);
+    task.cancel();
+    task.waitBlocking();
+    server.waitForHangUps(1);
+    EXPECT_TRUE(wasCancelled);
+    EXPECT_EQ(server.requests().size(), 1U); // no refresh
+}
+
+} // namespace
+} // namespace veskline::testing
