@@ -7,6 +7,9 @@ target_compile_options(veskline_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Wunused
   $<$<CXX_COMPILER_ID:Clang>:-Wimplicit-fallthrough -Wextra-semi -Wno-missing-field-initializers>)
 
+# Qt's keywords would take the names signals, slots and emit from everybody.
+target_compile_definitions(veskline_warnings INTERFACE QT_NO_KEYWORDS)
+
 # veskline_library(NAME SOURCES...): a static library whose headers are included from the root of src/.
 function(veskline_library name)
   add_library(${name} STATIC ${ARGN})

@@ -2,11 +2,10 @@
 
 #include "platform/files/FileError.h"
 #include "platform/files/Folders.h"
+#include "platform/files/HomeFolder.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <string_view>
@@ -28,24 +27,12 @@ std::string environment(const char* name) {
     return value != nullptr ? value : "";
 }
 
-// As the shell has it, else as the system's list of users has it; empty where neither does.
-std::string homeFolder() {
-    if (std::string home = environment("HOME"); home.starts_with('/')) {
-        return home;
-    }
-    passwd entry{};
-    passwd* found = nullptr;
-    std::array<char, 16384> texts{};
-    ::getpwuid_r(::geteuid(), &entry, texts.data(), texts.size(), &found);
-    return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
-}
-
 std::string dataFolder() {
     // A relative path there is invalid and to be ignored, says the XDG Base Directory Specification.
     if (std::string folder = environment("XDG_DATA_HOME"); folder.starts_with('/')) {
         return folder;
     }
-    const std::string home = homeFolder();
+    const std::string home = platform::homeFolder();
     if (!home.starts_with('/')) {
         throw platform::FileError("The home folder of this user is not known: the variable HOME is not set");
     }
