@@ -22,8 +22,8 @@ namespace veskline::testing {
 // own order and mixes those of different ones: the same seed gives the same run.
 class OneThread {
 public:
-    OneThread() = default;
-    explicit OneThread(std::uint64_t seed) : random_(seed), isSeeded_(true) {}
+    explicit OneThread(std::optional<std::uint64_t> seed = std::nullopt)
+        : random_(seed.value_or(0)), isSeeded_(seed.has_value()) {}
     OneThread(const OneThread&) = delete;
     OneThread& operator=(const OneThread&) = delete;
 
@@ -110,8 +110,8 @@ private:
     async::TimerQueue timers_;
     async::Instant now_{std::chrono::hours(1)};
     std::chrono::system_clock::time_point wallTime_{std::chrono::seconds(1'700'000'000)};
-    std::mt19937_64 random_{0};
-    bool isSeeded_ = false;
+    std::mt19937_64 random_;
+    bool isSeeded_;
     std::size_t steps_ = 0;
 };
 

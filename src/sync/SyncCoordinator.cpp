@@ -1,0 +1,74 @@
+#include "sync/SyncCoordinator.h"
+
+#include <cassert>
+#include <utility>
+
+namespace veskline {
+
+SyncCoordinator::SyncCoordinator(PublicConfig config, SupabaseHTTPClient& client, LocalDatabase& database,
+                                 RetryQueueStore& retryQueue, SessionStore& sessionStore, Surroundings surroundings)
+    : serial_(surroundings.pool), clock_(surroundings.clock), isQuitting_(surroundings.isQuitting),
+      config_(std::move(config)), client_(client), database_(database), retryQueue_(retryQueue),
+      sessionStore_(sessionStore) {}
+
+async::Task<> SyncCoordinator::setLogHandler(LogHandler handler) {
+    logHandler_ = std::move(handler);
+    co_return;
+}
+
+async::Task<> SyncCoordinator::setIndexingHandler(IndexingHandler handler) {
+    indexingHandler_ = std::move(handler);
+    tellIndexingProgress();
+    co_return;
+}
+
+async::Task<> SyncCoordinator::setUnsupportedFilesHandler(UnsupportedFilesHandler handler) {
+    unsupportedFilesHandler_ = std::move(handler);
+    tellUnsupportedFilesCount();
+    co_return;
+}
+
+void SyncCoordinator::resetProgress() {
+    indexingProgress_ = IndexingProgressSnapshot{
+        .totalFiles = 0,
+        .scannedFiles = 0,
+        .isActive = true,
+        .startedAt = clock_.wallTime(),
+    };
+    unsupportedFilesCount_ = 0;
+    tellIndexingProgress();
+    tellUnsupportedFilesCount();
+}
+
+void SyncCoordinator::markInitialScanComplete() {
+    setIndexingProgress(false);
+    log("Initial scan complete");
+}
+
+void SyncCoordinator::setIndexingProgress(bool isActive) {
+    indexingProgress_.isActive = isActive;
+    tellIndexingProgress();
+}
+
+void SyncCoordinator::tellIndexingProgress() const {
+    assert(executor().isCurrent());
+    if (indexingHandler_) {
+        indexingHandler_(indexingProgress_);
+    }
+}
+
+void SyncCoordinator::tellUnsupportedFilesCount() const {
+    assert(executor().isCurrent());
+    if (unsupportedFilesHandler_) {
+        unsupportedFilesHandler_(unsupportedFilesCount_);
+    }
+}
+
+void SyncCoordinator::log(std::string_view line) const {
+    assert(executor().isCurrent());
+    if (logHandler_) {
+        logHandler_(std::string(line));
+    }
+}
+
+} // namespace veskline

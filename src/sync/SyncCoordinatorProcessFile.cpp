@@ -1,0 +1,117 @@
+#include "hosted/SupabaseHTTPClient.h"
+#include "hosted/SupabaseHTTPError.h"
+#include "platform/files/FileAttributes.h"
+#include "platform/text/ErrorDescription.h"
+#include "rules/FileRules.h"
+#include "state/LocalDatabase.h"
+#include "state/RetryQueueStore.h"
+#include "sync/SyncCoordinator.h"
+
+#include <exception>
+
+namespace veskline {
+
+namespace {
+
+// Stands in the place of a digest in the row of a file that is over the limit.
+constexpr const char* tooLargeMarker = "skipped-too-large";
+
+// Exact on purpose: any difference, however small, is worth a look at the content.
+bool hasSameAttributes(const FileStateRow& previous, const FileStateRow& row) {
+    return previous.bytes == row.bytes && previous.mtimeMilliseconds == row.mtimeMilliseconds;
+}
+
+RetryQueueItem retryItem(const FileStateRow& row, const std::string& userID, const std::string& lastError) {
+    return RetryQueueItem{
+        .localPath = row.path,
+        .storageKey = row.storageKey,
+        .legacyStorageKey = FileRules::legacyStorageKey(userID, row.logicalPath),
+        .bytes = row.bytes,
+        .mimeType = FileRules::mimeType(row.path),
+        .sha256 = row.sha256,
+        .logicalPath = row.logicalPath,
+        .userID = userID,
+        .attempts = 0,
+        .lastError = lastError,
+    };
+}
+
+} // namespace
+
+// The pipeline of one file, cheapest test first: attributes, then the content, then the service. The state row is
+// written last, so that whatever interrupts it has the file worked on again by the next scan.
+async::Task<ScanResult> SyncCoordinator::processFile(std::string path, std::string root,
+                                                     std::optional<FileStateRow> previous) {
+    const platform::FileAttributes attributes = platform::readFileAttributes(path);
+    FileStateRow row{
+        .path = path,
+        .rootPath = root,
+        .logicalPath = FileRules::logicalPath(path, root),
+        .bytes = attributes.bytes,
+        .mtimeMilliseconds = attributes.mtimeMilliseconds,
+    };
+    if (config_.maxUploadBytes < row.bytes) {
+        log("File too large for upload, skipped: " + path);
+        row.storageKey = previous ? previous->storageKey : std::string();
+        row.sha256 = tooLargeMarker;
+        co_await database_.upsert(std::move(row));
+        co_return ScanResult::skipped;
+    }
+    if (previous && hasSameAttributes(*previous, row)) {
+        co_return ScanResult::skipped;
+    }
+    row.sha256 = FileRules::sha256Hex(path, isQuitting_);
+    const std::string userID = co_await signedInUserID();
+    row.storageKey = FileRules::buildStorageKey(userID, root, row.logicalPath);
+    if (previous && previous->sha256 == row.sha256) {
+        row.storageKey = previous->storageKey;
+        co_await database_.upsert(std::move(row));
+        co_return ScanResult::skipped;
+    }
+    if (const auto pause = processingDelayNanoseconds(currentMode_); pause > pause.zero()) {
+        co_await clock_.sleepFor(pause);
+    }
+    co_await uploadOrQueue(std::move(row), userID);
+    co_return ScanResult::uploaded;
+}
+
+// The stored session mostly names the user; only without that does it cost a request.
+async::Task<std::string> SyncCoordinator::signedInUserID() {
+    const std::optional<StoredSession> session = co_await client_.currentSession();
+    if (session && session->user) {
+        co_return session->user->id;
+    }
+    const std::optional<StoredUser> user = co_await client_.currentUser();
+    if (!user) {
+        throw SupabaseHTTPError::notAuthenticated();
+    }
+    co_return user->id;
+}
+
+// A failure of the upload leaves an item in the retry queue before it goes up; a failure of that goes up in its place.
+async::Task<> SyncCoordinator::uploadOrQueue(FileStateRow row, std::string userID) {
+    std::exception_ptr failure;
+    try {
+        co_await upload(row);
+    } catch (const std::exception&) {
+        failure = std::current_exception();
+    }
+    if (failure) {
+        RetryQueueItem item = retryItem(row, userID, platform::describe(failure));
+        co_await retryQueue_.append(std::move(item));
+        std::rethrow_exception(failure);
+    }
+}
+
+async::Task<> SyncCoordinator::upload(FileStateRow row) {
+    const std::string mimeType = FileRules::mimeType(row.path);
+    co_await client_.uploadFile(row.path, row.storageKey, mimeType);
+    const RemoteFileRecord record =
+        co_await client_.upsertRemoteFile(row.logicalPath, row.storageKey, row.bytes, mimeType, row.sha256);
+    if (record.ingestedSHA256 != row.sha256) {
+        co_await client_.insertJob(record.id, "ingest");
+    }
+    co_await database_.upsert(std::move(row));
+}
+
+} // namespace veskline

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "platform/async/Executor.h"
+#include "platform/http/HttpTransport.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace veskline::testing {
+
+// A hosted project inside the test: answers what the client sends without a network, on the test's one thread, and
+// fails where it is told to. It checks little; what goes on the wire is the client's own tests' business.
+class InProcessProject {
+public:
+    struct File {
+        std::string id;
+        std::string userID;
+        std::string path;
+        std::string storageKey;
+        std::int64_t bytes = 0;
+        std::string mime;
+        std::string sha256;
+        std::optional<std::string> ingestedSHA256;
+        bool isDeleted = false;
+    };
+    struct FileJob {
+        std::string fileID;
+        std::string kind;
+        friend bool operator==(const FileJob&, const FileJob&) = default;
+    };
+    // What a request meets instead of its answer: a status, or a connection that breaks. `isCarriedOut` has the
+    // service do its work first.
+    struct Fault {
+        int status = 0; // 0: the connection breaks
+        bool isCarriedOut = false;
+    };
+    // Asked of each request, as "POST /storage/v1/object/files/..." with its query; none lets it through.
+    using FaultRule = std::function<std::optional<Fault>(std::string_view request)>;
+
+    explicit InProcessProject(async::Executor executor) : executor_(executor) {}
+    InProcessProject(const InProcessProject&) = delete;
+    InProcessProject& operator=(const InProcessProject&) = delete;
+
+    [[nodiscard]] platform::HttpTransport transport() noexcept { return {operations, this}; }
+
+    // Accounts: the one token pair that counts at the moment.
+    void signIn(std::string userID);
+    void expireAccessToken();
+    // What a sign-up is answered with.
+    void answerSignups(std::string body) { signupAnswer_ = std::move(body); }
+    [[nodiscard]] const std::string& userID() const noexcept { return userID_; }
+    [[nodiscard]] std::string accessToken() const;
+    [[nodiscard]] std::string refreshToken() const;
+
+    void setFaults(FaultRule rule) { faults_ = std::move(rule); }
+    // Requests whose text holds `part` wait from now on, until released.
+    void hold(std::string part) { held_ = std::move(part); }
+    void release();
+    [[nodiscard]] std::size_t heldCount() const noexcept { return waiting_.size(); }
+
+    [[nodiscard]] const std::vector<std::string>& journal() const noexcept { return journal_; }
+    void forgetJournal() { journal_.clear(); }
+    [[nodiscard]] std::size_t requestsWith(std::string_view part) const;
+
+    // By storage key.
+    std::map<std::string, File> files;
+    std::map<std::string, std::string> objects;
+    std::vector<FileJob> jobs;
+
+    // The file that is recorded under this logical path.
+    [[nodiscard]] const File* fileAt(std::string_view path) const;
+    // The worker has been here: every queued content is ingested.
+    void ingestAll();
+
+private:
+    static const platform::HttpTransport::Operations operations;
+    void start(platform::PendingExchange& exchange);
+    void abort(platform::PendingExchange& exchange);
+    void answer(std::uint64_t ticket);
+    [[nodiscard]] platform::HttpResponse respond(const platform::HttpRequest& request, std::string_view target);
+    [[nodiscard]] platform::HttpResponse respondToToken(const platform::HttpRequest& request, std::string_view target);
+    [[nodiscard]] platform::HttpResponse respondToTables(const platform::HttpRequest& request, std::string_view target);
+    [[nodiscard]] platform::HttpResponse upsertFile(std::string_view body);
+    [[nodiscard]] platform::HttpResponse storeObject(const platform::HttpRequest& request, std::string_view target);
+    [[nodiscard]] bool isAuthorised(const platform::HttpRequest& request) const;
+
+    async::Executor executor_;
+    std::string userID_;
+    int tokenNumber_ = 0;
+    bool isExpired_ = false;
+    std::string signupAnswer_;
+    FaultRule faults_;
+    std::string held_;
+    std::uint64_t lastTicket_ = 0;
+    std::map<std::uint64_t, platform::PendingExchange*> pending_;
+    std::vector<std::uint64_t> waiting_;
+    std::vector<std::string> journal_;
+    int lastID_ = 0;
+};
+
+} // namespace veskline::testing
