@@ -1,0 +1,128 @@
+#pragma once
+
+#include "model/Collaborators.h"
+#include "model/Observable.h"
+#include "platform/async/Spawn.h"
+#include "state/records/FailedUploadItem.h"
+#include "state/records/IndexingProgressSnapshot.h"
+#include "state/records/IngestStatusSnapshot.h"
+#include "state/records/PublicConfig.h"
+#include "state/records/StoredUser.h"
+#include "state/records/SyncMode.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace veskline {
+
+// The application model: the state that every screen shows and the operations that a user has. One instance, created
+// once, shared; the window reads its fields, calls its operations and sees nothing below it.
+//
+// Everything here runs on the main thread: every field is read and written there, and asynchronous operations give it
+// up only at their waits. What the engine reports comes in as jobs of the main thread, one an event.
+//
+// No operation throws. A failure becomes its description in one of three status fields: `authStatus` for sign-in,
+// `syncStatus` for folders and sync control, `retryStatus` for retries; an empty one has nothing to say.
+//
+// Held by shared_ptr: whoever starts an operation holds the model until it has ended, jobs that the engine posts hold
+// it weakly, and the last owner lets it go on the main thread.
+class DesktopAppModel : public std::enable_shared_from_this<DesktopAppModel> {
+public:
+    static constexpr std::size_t mostLogLines = 300;
+
+    // Loads the public configuration, then builds the collaborators. Throws what either throws, in words for the user;
+    // without a configuration no store is opened and no request made.
+    [[nodiscard]] static std::shared_ptr<DesktopAppModel> create(AppSurroundings surroundings);
+
+    DesktopAppModel(const DesktopAppModel&) = delete;
+    DesktopAppModel& operator=(const DesktopAppModel&) = delete;
+
+    [[nodiscard]] async::Executor executor() const noexcept { return surroundings_.main; }
+
+    // Told of every write to an observable field, also of a value that it held already.
+    void observe(ModelObserver observer) { observers_.add(std::move(observer)); }
+
+    [[nodiscard]] const std::string& email() const { return email_(); }
+    [[nodiscard]] const std::string& password() const { return password_(); }
+    [[nodiscard]] const std::optional<StoredUser>& currentUser() const { return currentUser_(); }
+    [[nodiscard]] const std::vector<std::string>& folders() const { return folders_(); }
+    [[nodiscard]] SyncMode mode() const { return mode_(); }
+    [[nodiscard]] bool isRunning() const { return isRunning_(); }
+    [[nodiscard]] const std::string& authStatus() const { return authStatus_(); }
+    [[nodiscard]] const std::string& syncStatus() const { return syncStatus_(); }
+    [[nodiscard]] const std::string& retryStatus() const { return retryStatus_(); }
+    // Oldest first, at most 300, each as it was handed in.
+    [[nodiscard]] const std::vector<std::string>& logLines() const { return logLines_(); }
+    [[nodiscard]] bool didBootstrap() const { return didBootstrap_(); }
+    [[nodiscard]] const std::optional<IngestStatusSnapshot>& ingestStatus() const { return ingestStatus_(); }
+    [[nodiscard]] const std::vector<FailedUploadItem>& failedUploads() const { return failedUploads_(); }
+    [[nodiscard]] std::int64_t unsupportedFilesCount() const { return unsupportedFilesCount_(); }
+    [[nodiscard]] const IndexingProgressSnapshot& indexingProgress() const { return indexingProgress_(); }
+    [[nodiscard]] const PublicConfig& config() const { return config_; }
+    // Standing for all folders and for all files in a selection. Fixed for the life of the process.
+    [[nodiscard]] const std::string& homeFolder() const { return homeFolder_; }
+    [[nodiscard]] const std::string& rootFolder() const { return rootFolder_; }
+
+    void setEmail(std::string email) { email_.set(std::move(email)); }
+    void setPassword(std::string password) { password_.set(std::move(password)); }
+    void setMode(SyncMode mode) { mode_.set(mode); }
+
+    void appendLog(std::string line);
+
+    // Restores user, folders and mode, and starts the sync where it was ever started before and both are there. Once
+    // in the life of the process: a later call does nothing.
+    async::Task<> bootstrap();
+
+    // Both use `email` and `password` as they stand.
+    async::Task<> login();
+    async::Task<> signup();
+
+    // Folders, mode, e-mail and log survive it.
+    async::Task<> signOut();
+
+private:
+    DesktopAppModel(AppSurroundings surroundings, PublicConfig config);
+
+    // DesktopAppModel.cpp
+    void wireHandlers();
+
+    // DesktopAppModelSignIn.cpp
+    async::Task<> autoStart(std::vector<std::string> folders, SyncMode mode);
+    async::Task<> leaveSession();
+    void resetHostedFields();
+
+    AppSurroundings surroundings_;
+    const PublicConfig config_;
+    std::string homeFolder_;
+    std::string rootFolder_;
+    std::shared_ptr<Collaborators> collaborators_;
+
+    ModelObservers observers_;
+    Observable<std::string> email_{observers_, ModelField::email};
+    Observable<std::string> password_{observers_, ModelField::password};
+    Observable<std::optional<StoredUser>> currentUser_{observers_, ModelField::currentUser};
+    Observable<std::vector<std::string>> folders_{observers_, ModelField::folders};
+    Observable<SyncMode> mode_{observers_, ModelField::mode, SyncMode::regular};
+    Observable<bool> isRunning_{observers_, ModelField::isRunning, false};
+    Observable<std::string> authStatus_{observers_, ModelField::authStatus};
+    Observable<std::string> syncStatus_{observers_, ModelField::syncStatus};
+    Observable<std::string> retryStatus_{observers_, ModelField::retryStatus};
+    Observable<std::vector<std::string>> logLines_{observers_, ModelField::logLines};
+    Observable<bool> didBootstrap_{observers_, ModelField::didBootstrap, false};
+    Observable<std::optional<IngestStatusSnapshot>> ingestStatus_{observers_, ModelField::ingestStatus};
+    Observable<std::vector<FailedUploadItem>> failedUploads_{observers_, ModelField::failedUploads};
+    Observable<std::int64_t> unsupportedFilesCount_{observers_, ModelField::unsupportedFilesCount, 0};
+    Observable<IndexingProgressSnapshot> indexingProgress_{observers_, ModelField::indexingProgress,
+                                                           IndexingProgressSnapshot::idle};
+
+    // How often a stop was asked for: a start that finds it changed has been overtaken.
+    std::uint64_t stopsAsked_ = 0;
+    async::TaskHandle wiring_; // ends by itself, and holds no model
+};
+static_assert(async::Actor<DesktopAppModel>);
+
+} // namespace veskline

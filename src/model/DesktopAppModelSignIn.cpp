@@ -1,0 +1,104 @@
+#include "model/AuthFlowResolver.h"
+#include "model/DesktopAppModel.h"
+#include "platform/text/ErrorDescription.h"
+
+#include <exception>
+#include <utility>
+
+namespace veskline {
+
+async::Task<> DesktopAppModel::bootstrap() {
+    if (didBootstrap_()) {
+        co_return;
+    }
+    didBootstrap_.set(true);
+    const SyncStateSnapshot snapshot = co_await collaborators_->syncCoordinator.restoreSnapshot();
+    currentUser_.set(snapshot.user);
+    folders_.set(snapshot.folders);
+    mode_.set(snapshot.mode);
+    isRunning_.set(snapshot.running);
+    if (snapshot.autoStart && !snapshot.folders.empty() && snapshot.user) {
+        co_await autoStart(snapshot.folders, snapshot.mode);
+    }
+}
+
+// Returns when the initial scan is over. A start that a stop has overtaken says nothing of running.
+async::Task<> DesktopAppModel::autoStart(std::vector<std::string> folders, SyncMode mode) {
+    const std::uint64_t stopsBefore = stopsAsked_;
+    try {
+        co_await collaborators_->syncCoordinator.startSync(std::move(folders), mode);
+        if (stopsAsked_ == stopsBefore) {
+            isRunning_.set(true);
+        }
+    } catch (const std::exception& error) {
+        syncStatus_.set(platform::describe(error));
+        appendLog("Auto-start failed: " + platform::describe(error));
+    }
+}
+
+async::Task<> DesktopAppModel::login() {
+    authStatus_.set("");
+    try {
+        const StoredSession session = co_await collaborators_->client.signIn(email_(), password_());
+        currentUser_.set(session.user);
+        authStatus_.set("Signed in");
+        appendLog("Logged in as " + AuthFlowResolver::userLogLabel(session.user));
+        password_.set("");
+    } catch (const std::exception& error) {
+        authStatus_.set(platform::describe(error));
+    }
+}
+
+async::Task<> DesktopAppModel::signup() {
+    authStatus_.set("");
+    SignupResolution resolution;
+    try {
+        const SignupAnswer answer = co_await collaborators_->client.signUp(email_(), password_());
+        resolution = AuthFlowResolver::resolveSignup(answer.session, answer.user);
+    } catch (const std::exception& error) {
+        authStatus_.set(platform::describe(error));
+        co_return;
+    }
+    currentUser_.set(resolution.currentUser);
+    authStatus_.set(resolution.authStatus);
+    if (resolution.logLine) {
+        appendLog(*resolution.logLine);
+    }
+    if (resolution.clearPersistedSession) {
+        co_await leaveSession();
+    }
+    if (resolution.clearPassword) {
+        password_.set("");
+    }
+}
+
+// The account that was just made waits for its confirmation: whoever was signed in before is so no longer.
+async::Task<> DesktopAppModel::leaveSession() {
+    ++stopsAsked_;
+    co_await collaborators_->sessionStore.clear();
+    co_await collaborators_->syncCoordinator.stopSync();
+    isRunning_.set(false);
+    resetHostedFields();
+    syncStatus_.set("");
+}
+
+async::Task<> DesktopAppModel::signOut() {
+    ++stopsAsked_;
+    co_await collaborators_->syncCoordinator.signOut();
+    currentUser_.set(std::nullopt);
+    isRunning_.set(false);
+    resetHostedFields();
+    authStatus_.set("Signed out");
+    syncStatus_.set("");
+}
+
+// What was known of the hosted side belongs to the user who has left.
+void DesktopAppModel::resetHostedFields() {
+    ingestStatus_.set(std::nullopt);
+    failedUploads_.set({});
+    retryStatus_.set("");
+    unsupportedFilesCount_.set(0);
+    indexingProgress_.set(IndexingProgressSnapshot::idle);
+}
+
+} // namespace veskline
