@@ -1,0 +1,22 @@
+#include "app/VesklineNativeApp.h"
+
+#include "platform/text/ErrorDescription.h"
+
+#include <exception>
+
+namespace veskline {
+
+VesklineNativeApp::VesklineNativeApp(AppSurroundings surroundings) {
+    try {
+        model_ = DesktopAppModel::create(surroundings);
+    } catch (const std::exception& error) {
+        initializationError_ = platform::describe(error);
+    }
+}
+
+std::vector<std::string> VesklineNativeApp::failureContent() const {
+    return {"Veskline", "Native app initialization failed.",
+            initializationError_.value_or("Failed to initialize the native app.")};
+}
+
+} // namespace veskline

@@ -1,0 +1,129 @@
+#include "endtoend/Program.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <filesystem>
+#include <stdexcept>
+
+namespace veskline::testing {
+
+namespace {
+
+std::array<int, 2> makePipe() {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe for the program under test");
+    }
+    return ends;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> list;
+    for (std::string& text : texts) {
+        list.push_back(text.data());
+    }
+    list.push_back(nullptr);
+    return list;
+}
+
+} // namespace
+
+Program::Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment) {
+    const auto path = std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
+    std::vector<std::string> words{path.string()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> variables;
+    for (const auto& [key, value] : environment) {
+        variables.push_back(key + "=" + value);
+    }
+    const std::array<int, 2> out = makePipe();
+    const std::array<int, 2> err = makePipe();
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+    const int failure =
+        ::posix_spawn(&pid_, path.c_str(), &actions, nullptr, pointers(words).data(), pointers(variables).data());
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(out[1]);
+    ::close(err[1]);
+    if (failure != 0) {
+        throw std::runtime_error("could not start " + path.string());
+    }
+    outputReader_ = std::thread([this, descriptor = out[0]] { read(descriptor, output_); });
+    errorReader_ = std::thread([this, descriptor = err[0]] { read(descriptor, errors_); });
+}
+
+Program::~Program() {
+    if (!hasEnded_) {
+        signal(SIGKILL);
+    }
+    wait();
+}
+
+void Program::signal(int number) const {
+    ::kill(pid_, number);
+}
+
+int Program::wait() {
+    if (!hasEnded_) {
+        ::waitpid(pid_, &status_, 0);
+        hasEnded_ = true;
+        outputReader_.join();
+        errorReader_.join();
+    }
+    return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
+}
+
+void Program::read(int descriptor, std::vector<std::string>& lines) {
+    std::string rest;
+    std::array<char, 65536> buffer;
+    for (ssize_t count = 0; (count = ::read(descriptor, buffer.data(), buffer.size())) > 0;) {
+        rest.append(buffer.data(), static_cast<std::size_t>(count));
+        const std::lock_guard lock(mutex_);
+        for (std::size_t end = 0; (end = rest.find('\n')) != std::string::npos; rest.erase(0, end + 1)) {
+            lines.push_back(rest.substr(0, end));
+        }
+        changed_.notify_all();
+    }
+    ::close(descriptor);
+    const std::lock_guard lock(mutex_);
+    isOutputOver_ = isOutputOver_ || &lines == &output_;
+    changed_.notify_all();
+}
+
+bool Program::waitForLine(std::string_view beginning, std::size_t count) {
+    std::unique_lock lock(mutex_);
+    const auto isThere = [&] {
+        return static_cast<std::size_t>(std::ranges::count_if(
+                   output_, [&](const std::string& line) { return line.starts_with(beginning); })) >= count;
+    };
+    changed_.wait_for(lock, patience, [&] { return isOutputOver_ || isThere(); });
+    return isThere();
+}
+
+std::vector<std::string> Program::output() const {
+    const std::lock_guard lock(mutex_);
+    return output_;
+}
+
+std::vector<std::string> Program::errors() const {
+    const std::lock_guard lock(mutex_);
+    return errors_;
+}
+
+std::string Program::lastLine(std::string_view beginning) const {
+    const std::lock_guard lock(mutex_);
+    const auto last = std::find_if(output_.rbegin(), output_.rend(),
+                                   [&](const std::string& line) { return line.starts_with(beginning); });
+    return last == output_.rend() ? "" : *last;
+}
+
+} // namespace veskline::testing

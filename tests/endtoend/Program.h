@@ -1,0 +1,60 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace veskline::testing {
+
+// A built program under test: started with an environment of its own, read line by line, and signalled. Killed with
+// the object where it still runs.
+class Program {
+public:
+    using Environment = std::map<std::string, std::string>;
+    // How long a test waits for what will come in a moment; only a failing test waits that long.
+    static constexpr std::chrono::seconds patience{60};
+
+    // `name` is that of an executable in the folder where this test's own lies.
+    Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment);
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    void signal(int number) const;
+
+    // Waits for the end, after which all output is there. The exit code, or minus the number of the signal that ended
+    // it.
+    int wait();
+
+    // Waits until standard output has had `count` lines that begin so. False where the program ended or patience did.
+    [[nodiscard]] bool waitForLine(std::string_view beginning, std::size_t count = 1);
+
+    [[nodiscard]] std::vector<std::string> output() const;
+    [[nodiscard]] std::vector<std::string> errors() const;
+    // The last line of standard output that begins so.
+    [[nodiscard]] std::string lastLine(std::string_view beginning) const;
+    [[nodiscard]] pid_t pid() const noexcept { return pid_; }
+
+private:
+    void read(int descriptor, std::vector<std::string>& lines);
+
+    pid_t pid_ = -1;
+    bool hasEnded_ = false;
+    int status_ = 0;
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> output_;
+    std::vector<std::string> errors_;
+    bool isOutputOver_ = false;
+    std::thread outputReader_;
+    std::thread errorReader_;
+};
+
+} // namespace veskline::testing
