@@ -51,6 +51,12 @@ bool hasExcludedName(std::string_view name) noexcept {
     return contains(excludedNames, name) || hasExcludedSuffix(name);
 }
 
+bool hasSupportedExtension(std::string_view name) noexcept {
+    const std::string_view extension = platform::nameExtension(name);
+    return std::ranges::any_of(supportedExtensions,
+                               [&](std::string_view supported) { return equalsInAnyCase(extension, supported); });
+}
+
 std::string_view below(std::string_view url, std::string_view root) noexcept {
     root = platform::withoutTrailingSlashes(root);
     if (url == root) {
@@ -71,8 +77,8 @@ FileEnumerationResult enumerateFiles(const std::string& root, const std::atomic<
     const platform::DirectoryWalk::Visitor visitor{
         .wants = isWanted,
         .file =
-            [&result](std::string_view path) {
-                const bool isOurs = isSupported(path) && platform::isValidUtf8(path);
+            [&result](std::string_view path, std::string_view name) {
+                const bool isOurs = hasSupportedExtension(name) && platform::isValidUtf8(path);
                 (isOurs ? result.supportedFiles : result.unsupportedFiles).add(path);
             },
     };
@@ -102,9 +108,7 @@ bool shouldSkip(std::string_view url, std::string_view root) {
 }
 
 bool isSupported(std::string_view url) {
-    const std::string_view extension = platform::pathExtension(url);
-    return std::ranges::any_of(supportedExtensions,
-                               [&](std::string_view supported) { return equalsInAnyCase(extension, supported); });
+    return hasSupportedExtension(platform::lastComponent(url));
 }
 
 std::string mimeType(std::string_view url) {

@@ -239,7 +239,7 @@ private:
         } else if (type == DT_REG) {
             const std::size_t length = path_.size();
             path_.append("/").append(name);
-            visitor_.file(path_);
+            visitor_.file(path_, name);
             path_.resize(length);
         }
     }

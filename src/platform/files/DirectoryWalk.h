@@ -25,8 +25,9 @@ namespace DirectoryWalk {
 struct Visitor {
     // Asked for each entry by its name alone. On false the entry is dropped with all that lies in it.
     std::function<bool(std::string_view name)> wants;
-    // Told of each regular file by its whole path, which is only lent, in the order of the walk.
-    std::function<void(std::string_view path)> file;
+    // Told of each regular file in the order of the walk: its whole path, and the name that ends it. Both are only
+    // lent.
+    std::function<void(std::string_view path, std::string_view name)> file;
 };
 
 // A folder that could not be listed, or not to its end: nothing is known of what lies in it. `reason` are the system's

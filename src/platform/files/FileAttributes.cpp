@@ -10,24 +10,24 @@ namespace platform {
 
 namespace {
 
-constexpr std::int64_t startOfYearOne = -62'135'596'800; // in seconds since 1970-01-01 UTC
+constexpr double startOfYearOne = -62'135'596'800'000.0;
 
 } // namespace
 
-double millisecondsSinceEpoch(std::int64_t seconds, std::uint32_t nanoseconds) noexcept {
-    return (static_cast<double>(seconds) + static_cast<double>(nanoseconds) / 1e9) * 1000.0;
-}
-
 FileAttributes readFileAttributes(const std::string& path) {
-    struct statx found{};
-    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_SIZE | STATX_MTIME, &found) != 0) {
+    struct statx answer{};
+    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_SIZE | STATX_MTIME, &answer) != 0) {
         throw FileError(path, "looked at", errno);
     }
-    const bool hasTime = (found.stx_mask & STATX_MTIME) != 0;
+    return attributesOf(answer);
+}
+
+FileAttributes attributesOf(const struct statx& answer) noexcept {
+    const double seconds =
+        static_cast<double>(answer.stx_mtime.tv_sec) + static_cast<double>(answer.stx_mtime.tv_nsec) / 1e9;
     return FileAttributes{
-        .bytes = S_ISREG(found.stx_mode) ? static_cast<std::int64_t>(found.stx_size) : 0,
-        .mtimeMilliseconds = hasTime ? millisecondsSinceEpoch(found.stx_mtime.tv_sec, found.stx_mtime.tv_nsec)
-                                     : millisecondsSinceEpoch(startOfYearOne, 0),
+        .bytes = S_ISREG(answer.stx_mode) ? static_cast<std::int64_t>(answer.stx_size) : 0,
+        .mtimeMilliseconds = (answer.stx_mask & STATX_MTIME) != 0 ? seconds * 1000.0 : startOfYearOne,
     };
 }
 

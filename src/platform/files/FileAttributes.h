@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <sys/stat.h>
 
 namespace platform {
 
@@ -17,7 +18,7 @@ struct FileAttributes {
 // Asks once, by path (statx(2)), and follows links. Throws FileError.
 [[nodiscard]] FileAttributes readFileAttributes(const std::string& path);
 
-// The time as above of a whole second and its nanoseconds.
-[[nodiscard]] double millisecondsSinceEpoch(std::int64_t seconds, std::uint32_t nanoseconds) noexcept;
+// The same out of what the system answered, which may lack the time.
+[[nodiscard]] FileAttributes attributesOf(const struct statx& answer) noexcept;
 
 } // namespace platform

@@ -60,7 +60,8 @@ CaseRules currentCaseRules() {
 }
 
 CaseRules caseRulesOf(const char* locale) {
-    const std::string_view language = icu::Locale(locale).getLanguage();
+    const icu::Locale parsed(locale);
+    const std::string_view language = parsed.getLanguage();
     return language == "tr" || language == "az" ? CaseRules::turkic : CaseRules::standard;
 }
 
@@ -69,7 +70,7 @@ std::string folded(std::string_view text, CaseRules rules) {
     if (isPlain && isAscii(text)) {
         return lowerAscii(text);
     }
-    auto letters = icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
+    auto letters = icu::UnicodeString::fromUTF8(icu::StringPiece(text));
     if (rules == CaseRules::turkic) {
         letters = withTurkicI(letters);
     }
