@@ -5,13 +5,14 @@
 #include "platform/http/HttpTransport.h"
 #include "platform/http/UrlBuilder.h"
 #include "state/SessionStore.h"
+#include "state/records/FailedUploadItem.h"
+#include "state/records/IngestStatusSnapshot.h"
 #include "state/records/PublicConfig.h"
 #include "state/records/RemoteFileRecord.h"
 #include "state/records/StoredSession.h"
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -71,6 +72,21 @@ public:
     async::Task<> markFileDeleted(std::string fileID) const;
     async::Task<> insertJob(std::string fileID, std::string kind) const;
 
+    // Ingest status
+
+    // How far the hosted worker has got, by five reads at once: all of it or a failure, that of the first read in the
+    // order of the snapshot's fields. The others are cancelled then, and have ended when this does.
+    [[nodiscard]] async::Task<IngestStatusSnapshot> fetchIngestStatus() const;
+
+    // Failed uploads
+
+    // The ingest jobs that failed with their files, newest first; `limit` is brought between 1 and 200. A job without a
+    // file, or whose file's row is gone, has none.
+    [[nodiscard]] async::Task<std::vector<FailedUploadItem>> fetchFailedUploads(std::int64_t limit = 100) const;
+    // Puts every failed ingest job back in the queue, then clears the failure of their files. Gives the number of jobs.
+    // Where the second step fails, the first one stands.
+    async::Task<std::int64_t> retryFailedUploads() const;
+
 private:
     using QueryItems = std::vector<platform::QueryItem>;
     using Headers = std::vector<platform::HttpHeader>;
@@ -113,6 +129,15 @@ private:
                          std::string mimeType) const;
     async::Task<RemoteFileRecord> upsertFileRow(StoredSession session, JSONValue::Object row) const;
     async::Task<> insertJobRow(StoredSession session, JSONValue::Object row) const;
+
+    // Ingest status
+    async::Task<std::int64_t> countRows(std::string path, QueryItems queryItems) const;
+    async::Task<std::int64_t> count(StoredSession session, std::string path, QueryItems queryItems) const;
+    async::Task<std::optional<Time>> fetchOldestQueuedAt() const;
+    async::Task<std::optional<Time>> fetchLastIngestedAt() const;
+
+    // Failed uploads
+    static std::string inFilter(const std::vector<std::string>& values);
 
     const PublicConfig config_;
     SessionStore& sessionStore_;

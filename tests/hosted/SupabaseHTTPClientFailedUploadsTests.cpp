@@ -1,0 +1,85 @@
+#include "HostedFixture.h"
+
+namespace veskline::testing {
+namespace {
+
+using SupabaseHTTPClientFailedUploads = HostedFixture;
+using namespace std::chrono;
+
+const std::string allJobs = "GET /rest/v1/jobs?select=id,file_id&status=eq.error&kind=eq.ingest";
+
+TEST_F(SupabaseHTTPClientFailedUploads, BringsTheLimitIntoItsBounds) {
+    const std::pair<std::int64_t, std::string> cases[] = {{0, "1"}, {-7, "1"}, {1, "1"}, {200, "200"}, {500, "200"}};
+    for (const auto& [limit, sent] : cases) {
+        server.reply({.body = "[]"});
+        EXPECT_TRUE(run([&] { return client.fetchFailedUploads(limit); }).empty());
+        EXPECT_TRUE(server.lines().back().ends_with("&limit=" + sent)) << limit;
+    }
+    server.reply({.body = "[]"});
+    EXPECT_TRUE(run([&] { return client.fetchFailedUploads(); }).empty());
+    EXPECT_EQ(server.lines().back(), "GET /rest/v1/jobs?select=id,file_id,error,created_at&status=eq.error"
+                                     "&kind=eq.ingest&order=created_at.desc&limit=100");
+    EXPECT_EQ(server.requests().size(), std::size(cases) + 1); // none for files
+}
+
+TEST_F(SupabaseHTTPClientFailedUploads, JoinsJobsWithTheirFilesInTheOrderOfTheJobs) {
+    server.reply({.body = R"([{"id": "4", "file_id": "b", "error": "bad", "created_at": "2024-05-01T00:00:00+00:00"},
+                              {"id": "3", "file_id": "a"}, {"id": "2", "file_id": "gone"},
+                              {"id": "1", "file_id": "b", "error": null}, {"id": "0", "file_id": null}])"});
+    server.reply({.body = R"([{"id": "a", "path": "a.txt"}, {"id": "b", "path": "b.txt"}])"});
+
+    const auto items = run([&] { return client.fetchFailedUploads(5); });
+
+    const RemoteFileRecord a{.id = "a", .path = "a.txt"};
+    const RemoteFileRecord b{.id = "b", .path = "b.txt"};
+    const Time created = sys_days(2024y / May / 1);
+    const std::vector<FailedUploadItem> expected{
+        {.id = "4", .fileID = "b", .error = "bad", .createdAt = created, .file = b},
+        {.id = "3", .fileID = "a", .file = a},
+        {.id = "2", .fileID = "gone"},
+        {.id = "1", .fileID = "b", .file = b},
+        {.id = "0"}};
+    EXPECT_EQ(items, expected);
+    EXPECT_EQ(server.lines().back(), "GET /rest/v1/files?select=id,user_id,storage_bucket,storage_key,sha256,"
+                                     "ingested_sha256,is_deleted,path,bytes,mime,ingest_error&id=in.(a,b,gone)");
+}
+
+TEST_F(SupabaseHTTPClientFailedUploads, NeedsNoFilesWhereNoJobHasOne) {
+    server.reply({.body = R"([{"id": "1"}])"});
+    EXPECT_EQ(run([&] { return client.fetchFailedUploads(); }), (std::vector<FailedUploadItem>{{.id = "1"}}));
+    server.reply({.body = R"([{"id": "1"}])"});
+    server.reply({.status = 204});
+    EXPECT_EQ(run([&] { return client.retryFailedUploads(); }), 1);
+    EXPECT_EQ(server.requests().size(), 3U);
+}
+
+TEST_F(SupabaseHTTPClientFailedUploads, PutsTheJobsBackAndThenClearsTheirFiles) {
+    server.reply(
+        {.body = R"([{"id": "2", "file_id": "f"}, {"id": "1", "file_id": "f"}, {"id": "3", "file_id": "e"}])"});
+    server.reply({.status = 204});
+    server.reply({.status = 204});
+
+    EXPECT_EQ(run([&] { return client.retryFailedUploads(); }), 3);
+
+    EXPECT_EQ(server.lines(), (std::vector<std::string>{allJobs, "PATCH /rest/v1/jobs?id=in.(1,2,3)",
+                                                        "PATCH /rest/v1/files?id=in.(e,f)"}));
+    EXPECT_EQ(server.requests().at(1).body, R"({"attempts":0,"error":null,"status":"queued"})");
+    EXPECT_EQ(server.requests().at(2).body, R"({"ingest_error":null})");
+    const Headers headers{{"Host", server.url().substr(7)}, {"apikey", "anon"},
+                          {"accept", "application/json"},   {"Authorization", "Bearer old"},
+                          {"Prefer", "return=minimal"},     {"content-type", "application/json"},
+                          {"Content-Length", "21"}};
+    EXPECT_EQ(server.requests().at(2).headers, headers);
+}
+
+TEST_F(SupabaseHTTPClientFailedUploads, LeavesTheFilesAloneWhereTheJobsAreRefused) {
+    server.reply({.body = "[]"});
+    EXPECT_EQ(run([&] { return client.retryFailedUploads(); }), 0);
+    server.reply({.body = R"([{"id": "1", "file_id": "f"}])"});
+    server.reply({.status = 409});
+    EXPECT_EQ(failure([&] { return client.retryFailedUploads(); }), "Supabase request failed with status 409");
+    EXPECT_EQ(server.lines(), (std::vector<std::string>{allJobs, allJobs, "PATCH /rest/v1/jobs?id=in.(1)"}));
+}
+
+} // namespace
+} // namespace veskline::testing
