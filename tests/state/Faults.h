@@ -44,21 +44,31 @@ private:
     rlimit old_{};
 };
 
-// Nothing may be created, renamed or removed in the folder; a test that runs as root gives that up meanwhile.
+// A test that runs as root is another user meanwhile; any other stays who it is.
+class Unprivileged {
+public:
+    Unprivileged() : user_(::geteuid()) { must(user_ == 0 ? ::seteuid(nobody) : 0); }
+    ~Unprivileged() { must(::seteuid(user_)); }
+
+private:
+    uid_t user_;
+};
+
+// Nothing may be created, renamed or removed in the folder.
 class ReadOnlyFolder {
 public:
-    explicit ReadOnlyFolder(std::string path) : path_(std::move(path)), user_(::geteuid()) {
+    explicit ReadOnlyFolder(std::string path) : path_(std::move(path)) {
         must(::chmod(path_.c_str(), 0555));
-        must(user_ == 0 ? ::seteuid(nobody) : 0);
+        user_.emplace();
     }
     ~ReadOnlyFolder() {
-        must(::seteuid(user_));
+        user_.reset();
         must(::chmod(path_.c_str(), 0700));
     }
 
 private:
     std::string path_;
-    uid_t user_;
+    std::optional<Unprivileged> user_;
 };
 
 // A variable of the environment, set or removed.

@@ -51,7 +51,7 @@ struct Setting {
 };
 
 FileStateRow row(const std::string& path, const std::string& root = "/r", std::int64_t bytes = 1) {
-    return {path, root, "logical é", "user-u/it's", "ab", bytes, 1712345678901.2344};
+    return {path, root, "logical é", "user-u/it's", "ab", bytes, 1712345678901.2344 * static_cast<double>(bytes)};
 }
 
 TEST(LocalDatabase, StoresRowsByPathAndGivesThemByRoot) {

@@ -132,5 +132,20 @@ TEST(SessionStore, TakesNothingThatAnotherUserPlanted) {
     }
 }
 
+// As in /tmp, where nobody can remove what another user made.
+TEST(SessionStore, WritesIntoNothingThatItCannotRemove) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "two users are needed: run as root";
+    }
+    Setting setting{.mustBeOwn = true};
+    const std::string planted = setting.folder.write(".session.json.tmp", "");
+    test::must(::chmod(planted.c_str(), 0666));
+    test::must(::chmod(setting.folder.string().c_str(), 01777));
+    const test::Unprivileged asNobody;
+    EXPECT_EQ(test::failureOf([&] { setting.save(ann); }),
+              "The file \"" + setting.path + "\" could not be written: File exists");
+    EXPECT_EQ(setting.folder.read(".session.json.tmp"), "");
+}
+
 } // namespace
 } // namespace veskline
