@@ -15,14 +15,6 @@ protected:
     FaultsTest() { options_.worker = WorkerPolicy::off; }
 
     void add(const json& fault) { ASSERT_EQ(send("POST", "/_local/faults", fault.dump()).status, 201) << fault; }
-
-    bool waitForStalled() {
-        return project_->journal().waitFor(
-            [](const auto& entries) {
-                return !entries.empty() && !entries.back().status && entries.back().path == "/rest/v1/jobs";
-            },
-            patience);
-    }
 };
 
 TEST_F(FaultsTest, AnswersEachKindOnceAndThenAsUsual) {
@@ -126,10 +118,13 @@ TEST_F(FaultsTest, StallsUntilReleased) {
     add({{"kind", "stall"}, {"path", "/rest/v1/jobs"}});
     Reply stalled;
     std::thread client([&] { stalled = send("GET", "/rest/v1/jobs"); });
-    EXPECT_TRUE(waitForStalled());
+    EXPECT_TRUE(project_->faults().waitForStalled(1, patience));
+    EXPECT_FALSE(project_->journal().entries().back().status) << "it is under way";
     Caller another(project_->port());
     EXPECT_EQ(another.send("GET", "/_local/faults", {}).json()["stalled"], 1);
     EXPECT_EQ(another.send("POST", "/_local/faults/release", {}).status, 204);
+    EXPECT_TRUE(
+        project_->journal().waitFor([](const auto& entries) { return entries.back().status == 200; }, patience));
     client.join();
     EXPECT_EQ(stalled.status, 200);
 }
@@ -141,7 +136,7 @@ TEST_F(FaultsTest, EndsWhileRequestsAreStalledAndConnectionsKept) {
     add({{"kind", "stall"}, {"path", "/rest/v1/jobs"}});
     Reply stalled{.status = -1, .body = {}};
     std::thread client([&] { stalled = send("GET", "/rest/v1/jobs"); });
-    EXPECT_TRUE(waitForStalled());
+    EXPECT_TRUE(project_->faults().waitForStalled(1, patience));
     project_->stop();
     client.join();
     EXPECT_EQ(stalled.status, 0);

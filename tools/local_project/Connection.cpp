@@ -16,59 +16,60 @@ constexpr std::size_t readSize = std::size_t{128} << 10U;
 constexpr std::size_t headLimit = std::size_t{16} << 20U;
 constexpr std::string_view endOfHead = "\r\n\r\n";
 
-std::size_t take(std::string& from, std::size_t& position, char* target, std::size_t size) {
-    const auto count = std::min(size, from.size() - position);
-    std::memcpy(target, from.data() + position, count);
-    position += count;
-    return count;
-}
-
 } // namespace
 
 bool Connection::receive() {
-    received_.erase(0, position_);
+    std::memmove(buffer_.data(), buffer_.data() + position_, end_ - position_);
+    end_ -= position_;
     position_ = 0;
-    const auto kept = received_.size();
-    received_.resize(kept + readSize);
+    if (end_ == buffer_.size()) {
+        buffer_.resize(std::max(readSize, buffer_.size() * 2));
+    }
     ssize_t count = 0;
     do {
-        count = ::recv(socket_, received_.data() + kept, readSize, 0);
+        count = ::recv(socket_, buffer_.data() + end_, buffer_.size() - end_, 0);
     } while (count < 0 && errno == EINTR);
-    received_.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    end_ += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     return count > 0;
 }
 
+std::string_view Connection::received() const {
+    return std::string_view(buffer_.data(), end_).substr(position_);
+}
+
 bool Connection::readHead() {
-    auto end = received_.find(endOfHead, position_);
-    while (end == std::string::npos) {
-        const auto searched = received_.size() - position_;
+    std::size_t searched = 0;
+    std::size_t length = 0;
+    while ((length = received().find(endOfHead, searched)) == std::string_view::npos) {
+        searched = received().size() - std::min(received().size(), endOfHead.size() - 1);
         if (searched > headLimit || !receive()) {
             return false;
         }
-        end = received_.find(endOfHead, searched < endOfHead.size() ? 0 : searched - endOfHead.size());
     }
-    const auto parsed = RequestHead::parse(std::string_view(received_).substr(position_, end - position_));
-    position_ = end + endOfHead.size();
+    const auto parsed = RequestHead::parse(received().substr(0, length));
+    position_ += length + endOfHead.size();
     if (!parsed) {
         return false;
     }
     head_ = *parsed;
     framing_ = head_.framing();
+    framed_ = 0;
     answer_.clear();
     return true;
 }
 
 ssize_t Connection::read(char* target, std::size_t size) {
-    if (!framing_.empty()) {
-        const auto count = std::min(size, framing_.size());
-        std::memcpy(target, framing_.data(), count);
-        framing_.erase(0, count);
+    if (framed_ < framing_.size()) {
+        const auto count = framing_.copy(target, size, framed_);
+        framed_ += count;
         return static_cast<ssize_t>(count);
     }
-    if (position_ == received_.size() && !receive()) {
+    if (position_ == end_ && !receive()) {
         return -1;
     }
-    return static_cast<ssize_t>(take(received_, position_, target, size));
+    const auto count = received().copy(target, size);
+    position_ += count;
+    return static_cast<ssize_t>(count);
 }
 
 ssize_t Connection::write(const char* data, std::size_t size) {

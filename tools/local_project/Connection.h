@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <httplib.h>
 
@@ -13,7 +15,7 @@ namespace local_project {
 
 // One kept connection of a client, as the HTTP library reads and writes it. It stands between library and socket to
 // do what the library cannot: it keeps each head as it was sent and shows the library its framing alone, holds the
-// answer back until it is whole so that it can break off where a fault wants it, and goes out in one packet.
+// answer back until it is whole so that it can break off where a fault wants it, and sends it in one piece.
 // Owned and used by the thread that serves it; the socket is closed by whoever accepted it.
 class Connection : public httplib::Stream {
 public:
@@ -40,14 +42,17 @@ public:
 
 private:
     [[nodiscard]] bool receive();
+    [[nodiscard]] std::string_view received() const;
     [[nodiscard]] bool send(std::string_view data) const;
 
     int socket_;
     std::uint64_t number_;
     RequestHead head_;
-    std::string framing_;      // what is left of the head that the library reads
-    std::string received_;     // bytes read ahead
-    std::size_t position_ = 0; // how many of them are used up
+    std::string framing_;      // the head that the library reads
+    std::size_t framed_ = 0;   // how much of it is read
+    std::vector<char> buffer_; // bytes read ahead: from `position_` to `end_`
+    std::size_t position_ = 0;
+    std::size_t end_ = 0;
     std::string answer_;
 };
 

@@ -88,6 +88,7 @@ Database::Database(const std::filesystem::path& file) {
         fail(fmt::format("cannot open {}", file.string()));
     }
     sqlite3_extended_result_codes(handle, 1);
+    run("PRAGMA locking_mode = EXCLUSIVE"); // one process at a time anyway, and no lock to take for each statement
     run("PRAGMA journal_mode = WAL");
     run("PRAGMA synchronous = OFF");
     run("PRAGMA foreign_keys = ON");

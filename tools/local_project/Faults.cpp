@@ -200,36 +200,42 @@ bool Faults::stall(const Fault& fault, const Request& request) {
     std::unique_lock lock(mutex_);
     const auto release = releases_;
     ++stalled_;
+    changed_.notify_all();
     const auto isOver = [&] {
         const bool isTimeUp = fault.wait && steady_clock::now() - begin >= *fault.wait;
         return isStopping_ || releases_ != release || isTimeUp;
     };
     bool isAbandoned = false;
     while (!isAbandoned &&
-           !released_.wait_for(lock, std::min(fault.wait.value_or(lookInterval), lookInterval), isOver)) {
+           !changed_.wait_for(lock, std::min(fault.wait.value_or(lookInterval), lookInterval), isOver)) {
         isAbandoned = request.isAbandoned();
     }
     --stalled_;
     return !isAbandoned && !isStopping_;
 }
 
+bool Faults::waitForStalled(std::uint64_t requests, std::chrono::milliseconds patience) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, patience, [&] { return stalled_ >= requests; });
+}
+
 void Faults::release() {
     const std::lock_guard lock(mutex_);
     ++releases_;
-    released_.notify_all();
+    changed_.notify_all();
 }
 
 void Faults::clear() {
     const std::lock_guard lock(mutex_);
     rules_.clear();
     ++releases_;
-    released_.notify_all();
+    changed_.notify_all();
 }
 
 void Faults::stop() {
     const std::lock_guard lock(mutex_);
     isStopping_ = true;
-    released_.notify_all();
+    changed_.notify_all();
 }
 
 json Faults::list() {

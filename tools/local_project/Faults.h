@@ -82,6 +82,9 @@ public:
     // False in the last two cases.
     [[nodiscard]] bool stall(const Fault& fault, const Request& request);
 
+    // Waits until so many requests are stalled, so that a release reaches them. False where `patience` ended before.
+    [[nodiscard]] bool waitForStalled(std::uint64_t requests, std::chrono::milliseconds patience);
+
     // Lets every waiting request go on.
     void release();
     // Forgets all faults and releases.
@@ -109,7 +112,7 @@ private:
 
     std::uint64_t seed_;
     std::mutex mutex_;
-    std::condition_variable released_;
+    std::condition_variable changed_;
     std::vector<Rule> rules_;
     std::uint64_t releases_ = 0;
     std::uint64_t stalled_ = 0;

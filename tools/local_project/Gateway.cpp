@@ -42,7 +42,7 @@ Gateway::Gateway(const Options& options, Accounts& accounts, Tables& tables, Obj
 Answer Gateway::answer(Request& request) {
     const auto sequence = journal_.begin(entryOf(request));
     const auto fault = faults_.take(request);
-    const Answer answer = answerUnder(fault, request);
+    const Answer answer = attempt(fault, request);
     if (answer.cut != Cut::beforeAnswer) {
         request.body.drain();
     }
@@ -56,16 +56,28 @@ Answer Gateway::answer(Request& request) {
     return answer;
 }
 
-Answer Gateway::answerUnder(const std::optional<Fault>& fault, Request& request) {
-    if (!fault) {
-        return {.response = serve(request)};
+Answer Gateway::attempt(const std::optional<Fault>& fault, Request& request) {
+    try {
+        const bool isCutOff = fault && (fault->kind == FaultKind::cutBefore || fault->kind == FaultKind::cutUpload);
+        if (!isUpload(request) && !isCutOff) {
+            request.text = request.body.text();
+        }
+        return fault ? answerUnder(*fault, request) : Answer{.response = route(request)};
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "{} {} failed: {}\n", request.head.method, request.head.target, error.what());
+        return {.response = refusal(500, "internal", error.what())};
     }
-    if (const auto own = fault->kind == FaultKind::refusedToken ? refusedToken(request) : Faults::answerOf(*fault)) {
-        const Response handled = fault->isAfter ? serve(request) : Response{};
-        static_cast<void>(handled);
-        return {.response = *own};
+}
+
+Answer Gateway::answerUnder(const Fault& fault, Request& request) {
+    const auto own = fault.kind == FaultKind::refusedToken ? refusedToken(request) : Faults::answerOf(fault);
+    if (!own) {
+        return answerBroken(fault, request);
     }
-    return answerBroken(*fault, request);
+    if (fault.isAfter) {
+        static_cast<void>(route(request)); // handled, but its answer is lost
+    }
+    return {.response = *own};
 }
 
 Answer Gateway::answerBroken(const Fault& fault, Request& request) {
@@ -80,41 +92,36 @@ Answer Gateway::answerBroken(const Fault& fault, Request& request) {
         return {.response = {}, .cut = Cut::beforeAnswer};
     case FaultKind::cutUpload:
         request.body.cutAfter(fault.bytes);
-        [[fallthrough]];
+        if (isUpload(request)) {
+            static_cast<void>(route(request));
+        }
+        request.body.drain();
+        return {.response = {}, .cut = Cut::beforeAnswer};
     case FaultKind::cutAfter:
-        return {.response = serve(request), .cut = Cut::beforeAnswer};
+        return {.response = route(request), .cut = Cut::beforeAnswer};
     case FaultKind::cutInBody:
-        return {.response = serve(request), .cut = Cut::insideBody};
+        return {.response = route(request), .cut = Cut::insideBody};
     case FaultKind::truncate:
-        return {.response = half(serve(request))};
-    case FaultKind::stall: {
-        Answer answer;
-        if (fault.isAfter) {
-            answer.response = serve(request);
-        }
-        if (!faults_.stall(fault, request)) {
-            answer.cut = Cut::beforeAnswer;
-        } else if (!fault.isAfter) {
-            answer.response = serve(request);
-        }
-        return answer;
-    }
+        return {.response = half(route(request))};
+    case FaultKind::stall:
+        return answerStalled(fault, request);
     default:
         break;
     }
-    return {.response = serve(request)};
+    return {.response = route(request)};
 }
 
-Response Gateway::serve(Request& request) {
-    try {
-        if (!isUpload(request)) {
-            request.text = request.body.text();
-        }
-        return route(request);
-    } catch (const std::exception& error) {
-        fmt::print(stderr, "{} {} failed: {}\n", request.head.method, request.head.target, error.what());
-        return refusal(500, "internal", error.what());
+Answer Gateway::answerStalled(const Fault& fault, Request& request) {
+    Answer answer;
+    if (fault.isAfter) {
+        answer.response = route(request);
     }
+    if (!faults_.stall(fault, request)) {
+        answer.cut = Cut::beforeAnswer;
+    } else if (!fault.isAfter) {
+        answer.response = route(request);
+    }
+    return answer;
 }
 
 Response Gateway::route(Request& request) {

@@ -23,9 +23,10 @@ public:
     [[nodiscard]] Answer answer(Request& request);
 
 private:
-    [[nodiscard]] Answer answerUnder(const std::optional<Fault>& fault, Request& request);
+    [[nodiscard]] Answer attempt(const std::optional<Fault>& fault, Request& request);
+    [[nodiscard]] Answer answerUnder(const Fault& fault, Request& request);
     [[nodiscard]] Answer answerBroken(const Fault& fault, Request& request);
-    [[nodiscard]] Response serve(Request& request);
+    [[nodiscard]] Answer answerStalled(const Fault& fault, Request& request);
     [[nodiscard]] Response route(Request& request);
     [[nodiscard]] Response refusedToken(const Request& request) const;
 

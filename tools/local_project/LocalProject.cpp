@@ -3,6 +3,7 @@
 #include "local_project/Dashboard.h"
 
 #include <charconv>
+#include <exception>
 
 #include <fmt/format.h>
 
@@ -72,11 +73,19 @@ json LocalProject::state() {
 }
 
 Answer LocalProject::answer(Request& request) {
-    if (request.path == "/") {
-        return {.response = {.body = dashboardPage(tables_.all("files"), tables_.all("jobs")),
-                             .contentType = "text/html; charset=utf-8"}};
+    if (request.path != "/" && !request.path.starts_with(controlPaths)) {
+        return gateway_.answer(request);
     }
-    return request.path.starts_with(controlPaths) ? Answer{.response = control(request)} : gateway_.answer(request);
+    try {
+        return {.response = request.path == "/" ? dashboard() : control(request)};
+    } catch (const std::exception& error) {
+        return {.response = refusal(500, "internal", error.what())};
+    }
+}
+
+Response LocalProject::dashboard() {
+    return {.body = dashboardPage(tables_.all("files"), tables_.all("jobs")),
+            .contentType = "text/html; charset=utf-8"};
 }
 
 Response LocalProject::control(Request& request) {

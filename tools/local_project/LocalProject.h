@@ -55,6 +55,7 @@ public:
 
 private:
     [[nodiscard]] Answer answer(Request& request);
+    [[nodiscard]] Response dashboard();
     [[nodiscard]] Response control(Request& request);
     [[nodiscard]] Response controlFaults(Request& request);
     [[nodiscard]] Response controlJournal(const Request& request);

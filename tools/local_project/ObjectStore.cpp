@@ -6,6 +6,7 @@
 #include <fstream>
 #include <set>
 #include <stdexcept>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -16,6 +17,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view pathPrefix = "/storage/v1/object/";
+constexpr std::size_t writeSize = std::size_t{256} << 10U;
 
 Response stored(const StoredObject& object) {
     return jsonResponse(200, {{"Key", object.bucket + "/" + object.key}, {"Id", randomUuid()}});
@@ -27,7 +29,10 @@ Response storageRefusal(int status, const std::string& error, const std::string&
 
 // Writes the body to a file; false where it broke off. Throws where the disk refuses. What is not whole is removed.
 bool write(Body& body, const fs::path& file) {
-    std::ofstream stream(file, std::ios::binary);
+    std::vector<char> buffer(writeSize);
+    std::ofstream stream;
+    stream.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    stream.open(file, std::ios::binary);
     const bool isWhole = body.forward(
         [&](std::string_view piece) { stream.write(piece.data(), static_cast<std::streamsize>(piece.size())); });
     stream.close();
