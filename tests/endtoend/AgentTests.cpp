@@ -187,6 +187,48 @@ TEST_F(Agent, LosesNothingWhenItIsKilledAtAnyMoment) {
     }
 }
 
+TEST_F(Agent, GoesOnWhateverTheServiceAnswersAndUploadsOnceItIsWell) {
+    struct Row {
+        const char* fault;
+        const char* words;
+    };
+    const Row rows[] = {
+        {R"({"kind":"status","status":500,"path":"/storage/*"})", "Supabase request failed with status 500"},
+        {R"({"kind":"status","status":409,"path":"/rest/v1/files"})", "Supabase request failed with status 409"},
+        {R"({"kind":"status","status":403,"path":"/rest/v1/jobs"})", "Supabase request failed with status 403"},
+        {R"({"kind":"cut-before","path":"/storage/*"})", ""},
+        {R"({"kind":"cut-after","path":"/rest/v1/files"})", ""},
+        {R"({"kind":"cut-in-body","path":"/rest/v1/files"})", ""},
+        {R"({"kind":"truncate","path":"/rest/v1/files"})", ""},
+        {R"({"kind":"html","path":"/rest/v1/files"})", ""},
+        {R"({"kind":"wrong-type","path":"/rest/v1/files"})", ""},
+        {R"({"kind":"envelope","path":"/rest/v1/files","message":"out of paper"})", "out of paper"},
+        {R"({"kind":"junk","mib":20,"path":"/rest/v1/files"})", ""},
+        {R"({"kind":"redirect","location":"http://127.0.0.1:1/","path":"/rest/v1/files"})", ""},
+    };
+    setUp();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.fault);
+        const std::string path = write("a.txt", row.fault);
+        nlohmann::json fault = nlohmann::json::parse(row.fault);
+        fault["method"] = "POST";
+        fault["count"] = 5;
+        project.faults().add(fault);
+        const std::unique_ptr<Program> agent = startAgent();
+        EXPECT_TRUE(agent->waitForLine("Initial scan complete"));
+        agent->signal(SIGTERM);
+        EXPECT_EQ(agent->wait(), 0);
+        EXPECT_EQ(agent->lastLine("Summary: "), "Summary: uploaded 0, skipped 0, deleted 0, failed 1.");
+        const std::string told = agent->lastLine("Upload failed, queued for retry: ");
+        const std::string beginning = "Upload failed, queued for retry: " + path + " (";
+        EXPECT_TRUE(told.starts_with(beginning) && told.size() > beginning.size() + 5) << told;
+        EXPECT_NE(told.find(row.words), std::string::npos) << told;
+        project.faults().clear();
+        EXPECT_EQ(syncOnce(), "Summary: uploaded 1, skipped 0, deleted 0, failed 0.");
+        EXPECT_EQ(hosted(), disk({"a.txt"}));
+    }
+}
+
 TEST_F(Agent, SaysInThreeLinesWhyItCannotStart) {
     struct Row {
         const char* name;

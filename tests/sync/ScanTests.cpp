@@ -210,3 +210,35 @@ TEST_F(Scan, StoresFoldersAsGivenAndWorksOnThemStandardised) {
     const SyncStateSnapshot snapshot = thread.run([&] { return coordinator.restoreSnapshot(); });
     EXPECT_EQ(snapshot.folders, std::vector<std::string>{root + "/../documents/./"});
 }
+
+// What happens to files between their listing and their turn, while the first of them is on the wire.
+TEST_F(Scan, GoesOnOverFilesThatChangeUnderItsHands) {
+    write("a.txt", "first");
+    const std::string vanished = write("b.txt", "vanishes");
+    const std::string unreadable = write("c.txt", "loses its permission");
+    write("d.txt", "grows");
+    const std::string folderNow = write("e.txt", "becomes a folder");
+    const veskline::testing::Unprivileged user(folder.path());
+    project.hold("POST /storage/v1/object");
+    const async::TaskHandle run =
+        async::spawn(thread.executor(), [&] { return coordinator.startSync({root}, SyncMode::ultra); });
+    thread.settle();
+    removeFile("b.txt");
+    std::filesystem::permissions(unreadable, std::filesystem::perms::none);
+    write("d.txt", "grows and grows");
+    removeFile("e.txt");
+    std::filesystem::create_directory(folderNow);
+    project.release();
+    thread.settle();
+    ASSERT_TRUE(run.hasEnded());
+    EXPECT_EQ(summary(), summaryOf(2, 0, 0, 3));
+    EXPECT_EQ(
+        countLines("Upload failed, queued for retry: " + vanished + " (The file \"" + vanished + "\" could not be "),
+        1U);
+    EXPECT_EQ(countLines("Upload failed, queued for retry: " + unreadable + " ("), 1U);
+    EXPECT_TRUE(queue().empty()) << "nothing was sent of them";
+    EXPECT_EQ(rowOf("d.txt")->bytes, 15) << "attributes are read at the file's turn";
+    std::filesystem::permissions(unreadable, std::filesystem::perms::owner_all);
+    restart();
+    EXPECT_EQ(summary(), summaryOf(1, 2, 0, 0));
+}
