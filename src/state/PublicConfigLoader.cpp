@@ -47,13 +47,12 @@ std::optional<PublicConfig> fromEnvironment(const Environment& environment) {
         !platform::isAbsoluteUrl(*dashboardURL)) {
         return std::nullopt;
     }
-    const std::optional<std::string> bucket = valueOf(environment, "SUPABASE_BUCKET");
-    const std::optional<std::string> filesBucket = valueOf(environment, "SUPABASE_FILES_BUCKET");
+    const std::optional<std::string> bucket =
+        valueOf(environment, "SUPABASE_BUCKET").or_else([&] { return valueOf(environment, "SUPABASE_FILES_BUCKET"); });
     const std::optional<std::string> limit = valueOf(environment, "VESK_MAX_UPLOAD_BYTES");
     return PublicConfig{.supabaseURL = *supabaseURL,
                         .supabaseAnonKey = *anonKey,
-                        .filesBucket =
-                            bucket.or_else([&] { return filesBucket; }).value_or(PublicConfig::defaultFilesBucket),
+                        .filesBucket = bucket.value_or(PublicConfig::defaultFilesBucket),
                         .dashboardURL = *dashboardURL,
                         .maxUploadBytes = limit.and_then([](const std::string& text) { return decimal(text); })
                                               .value_or(PublicConfig::defaultMaxUploadBytes)};

@@ -38,7 +38,7 @@ TEST(PublicConfigLoader, TakesTheEnvironmentWholeOrNotAtAll) {
     };
     const TemporaryFolder folder;
     folder.write("public-config.json", fileNaming("https://file"));
-    for (Case one : cases) {
+    for (const Case& one : cases) {
         Environment environment = one.changes;
         environment.merge(
             Environment{{"SUPABASE_URL", "https://env"}, {"SUPABASE_ANON_KEY", ""}, {"DASHBOARD_URL", "https://d"}});
