@@ -27,6 +27,7 @@ FailedJobRecord readRecord(std::type_identity<FailedJobRecord>, const platform::
 
 std::vector<std::string> sortedJobIDs(const std::vector<FailedJobRecord>& jobs) {
     std::vector<std::string> ids;
+    ids.reserve(jobs.size());
     for (const FailedJobRecord& job : jobs) {
         ids.push_back(job.id);
     }

@@ -9,12 +9,16 @@
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <exception>
+#include <ranges>
 #include <string>
+#include <vector>
 
 namespace veskline::testing {
+
+using Lines = std::vector<std::string>;
 
 // A client with a stored session, against a scripted service.
 class HostedFixture : public ::testing::Test {
@@ -48,14 +52,19 @@ public:
     std::optional<StoredSession> stored() {
         return run([&] { return sessionStore.load(); });
     }
-    nlohmann::json sentBody(std::size_t index) const { return nlohmann::json::parse(server.requests().at(index).body); }
-    // The bearer tokens of all requests, in order.
-    std::string tokens() const {
-        std::string tokens;
+    // A line for each request: its line, headers and body, without the headers that every request has to have first.
+    Lines sent() const {
+        const Headers first{{"Host", server.url().substr(7)}, {"apikey", "anon"}, {"accept", "application/json"}};
+        Lines lines;
         for (const RecordedRequest& request : server.requests()) {
-            tokens += request.header("Authorization") + ", ";
+            std::string line = request.line();
+            EXPECT_TRUE(std::ranges::equal(request.headers | std::views::take(first.size()), first)) << line;
+            for (const auto& [name, value] : request.headers | std::views::drop(first.size())) {
+                line += name == "Content-Length" ? "" : " | " + name + ": " + value;
+            }
+            lines.push_back(request.body.empty() ? line : line + " | " + request.body);
         }
-        return tokens;
+        return lines;
     }
     void SetUp() override { store(session("old")); }
 

@@ -77,7 +77,7 @@ std::string encoded(const ScriptedReply& reply) {
     }
     std::string text = "HTTP/1.1 " + std::to_string(reply.status) + " Scripted\r\n";
     for (const auto& [name, value] : reply.headers) {
-        text += name + ": " + value + "\r\n";
+        text.append(name).append(": ").append(value).append("\r\n");
     }
     text += "Content-Length: " + std::to_string(reply.body.size()) + "\r\n\r\n";
     using enum ScriptedReply::Cut;

@@ -56,6 +56,11 @@ public:
 
     // The reply to the next request that has no other: each reply is given once, in order.
     void reply(ScriptedReply reply) { replyTo("", std::move(reply)); }
+    void replies(std::vector<ScriptedReply> replies) {
+        for (ScriptedReply& next : replies) {
+            reply(std::move(next));
+        }
+    }
     // The same for a request whose line, such as "GET /a?b=c", contains `part`.
     void replyTo(std::string part, ScriptedReply reply);
     // Lets every reply go that is held or will be.

@@ -90,8 +90,9 @@ void CurlExchange::setHeaders() {
         if (grown == nullptr) {
             throw std::bad_alloc();
         }
-        static_cast<void>(headers_.release()); // the grown list starts with it
-        headers_.reset(grown);
+        if (!headers_) {
+            headers_.reset(grown); // from here on it grows at its end
+        }
     };
     // What libcurl would send by itself: a line without a value takes it out, unless the request brings one.
     for (const char* own : {"Accept", "Content-Type", "Expect"}) {

@@ -21,8 +21,7 @@ struct Upload {
     // Sends a file that `change` alters between a first sending, which the server redirects, and the second.
     template <class Change>
     std::string outcomeOfSecondSending(const std::string& path, Change change) {
-        server.reply({.status = 307, .headers = {{"Location", "/again"}}, .isHeld = true});
-        server.reply({});
+        server.replies({{.status = 307, .headers = {{"Location", "/again"}}, .isHeld = true}, {}});
         std::string outcome;
         std::thread sender([&] { outcome = browser.outcome(of(path)); });
         server.waitForRequests(1);
@@ -78,8 +77,7 @@ TEST(CurlTransport, SendsEmptyAndLargeFilesWithoutHoldingThem) {
     Upload upload;
     const std::int64_t large = std::int64_t{64} << 20;
     const std::string path = upload.folder.write("file", "");
-    upload.server.reply({});
-    upload.server.reply({});
+    upload.server.replies({{}, {}});
     EXPECT_EQ(upload.browser.outcome(upload.of(path)), "200");
     std::filesystem::resize_file(path, large); // a hole: it takes no memory of its own
     const auto peak = [] {
