@@ -23,6 +23,13 @@ std::string localeOfDates() {
     return "C";
 }
 
+// ICU takes the C locale of POSIX for a language that it does not know.
+icu::Locale icuLocale(const std::string& name) {
+    const std::string language = name.substr(0, name.find('.'));
+    const bool isPosix = language == "C" || language == "POSIX";
+    return icu::Locale::createCanonical(isPosix ? "en_US_POSIX" : name.c_str());
+}
+
 std::string utf8(const icu::UnicodeString& text) {
     std::string result;
     return text.toUTF8String(result);
@@ -37,9 +44,8 @@ DateCustoms currentDateCustoms() {
 }
 
 std::string localizedDateAndTime(std::chrono::system_clock::time_point at, const DateCustoms& customs) {
-    const auto locale = icu::Locale::createCanonical(customs.locale.c_str());
-    const std::unique_ptr<icu::DateFormat> format(
-        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort, locale));
+    const std::unique_ptr<icu::DateFormat> format(icu::DateFormat::createDateTimeInstance(
+        icu::DateFormat::kMedium, icu::DateFormat::kShort, icuLocale(customs.locale)));
     requireIcu(format ? U_ZERO_ERROR : U_MISSING_RESOURCE_ERROR);
     format->adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(customs.timeZone)));
     const std::chrono::duration<double, std::milli> sinceEpoch = at.time_since_epoch();
