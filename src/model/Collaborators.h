@@ -19,6 +19,7 @@ struct AppSurroundings {
     async::Executor pool; // what the stores, the client and the coordinator run on
     async::Clock clock;
     platform::HttpTransport urlSession;
+    SyncCoordinator::WatchFolders watchFolders;
     const std::atomic<bool>* isQuitting = nullptr; // set for good when the process is about to end
 };
 
@@ -31,7 +32,9 @@ struct Collaborators {
           client(config, sessionStore, surroundings.urlSession, surroundings.pool),
           syncCoordinator(config, client, database, retryQueue, sessionStore,
                           SyncCoordinator::Surroundings{.pool = surroundings.pool,
+                                                        .main = surroundings.main,
                                                         .clock = surroundings.clock,
+                                                        .watchFolders = surroundings.watchFolders,
                                                         .isQuitting = surroundings.isQuitting}) {}
     Collaborators(const Collaborators&) = delete;
     Collaborators& operator=(const Collaborators&) = delete;

@@ -7,7 +7,8 @@ namespace veskline {
 
 SyncCoordinator::SyncCoordinator(PublicConfig config, SupabaseHTTPClient& client, LocalDatabase& database,
                                  RetryQueueStore& retryQueue, SessionStore& sessionStore, Surroundings surroundings)
-    : serial_(surroundings.pool), clock_(surroundings.clock), isQuitting_(surroundings.isQuitting),
+    : serial_(surroundings.pool), main_(surroundings.main), clock_(surroundings.clock),
+      watchFolders_(std::move(surroundings.watchFolders)), isQuitting_(surroundings.isQuitting),
       config_(std::move(config)), client_(client), database_(database), retryQueue_(retryQueue),
       sessionStore_(sessionStore) {}
 

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "platform/async/Clock.h"
+#include "platform/async/Exclusion.h"
 #include "platform/async/SerialExecutor.h"
+#include "platform/async/Spawn.h"
 #include "platform/async/Task.h"
 #include "state/records/FileStateRow.h"
 #include "state/records/IndexingProgressSnapshot.h"
 #include "state/records/PublicConfig.h"
+#include "state/records/RetryQueueItem.h"
 #include "state/records/SyncMode.h"
 #include "state/records/SyncStateSnapshot.h"
 #include "sync/ScanResult.h"
@@ -14,6 +17,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,11 +49,22 @@ public:
     using IndexingHandler = std::function<void(IndexingProgressSnapshot progress)>;
     using UnsupportedFilesHandler = std::function<void(std::int64_t count)>;
 
+    // A watch over some folders that stands until `stop` is called.
+    struct EventStream {
+        std::function<void()> stop;
+    };
+    // Begins to watch folders, with all below them, and hands over the paths of what changes from then on, in batches.
+    // It is called, its stream is stopped, and batches come, all on the main thread; none comes after the stop.
+    using WatchFolders = std::function<EventStream(std::vector<std::string> roots,
+                                                   std::function<void(std::vector<std::string>)> onPathsChanged)>;
+
     // Where and when it runs. `isQuitting` is looked at between the blocks of a digest and the folders of a walk, so
     // that the process can end while one is under way.
     struct Surroundings {
         async::Executor pool;
+        async::Executor main;
         async::Clock clock;
+        WatchFolders watchFolders; // without one nothing is watched
         const std::atomic<bool>* isQuitting = nullptr;
     };
 
@@ -103,6 +118,18 @@ private:
     async::Task<> uploadOrQueue(FileStateRow row, std::string userID);
     async::Task<> upload(FileStateRow row);
 
+    // SyncCoordinatorRetryDrain.cpp
+    async::Task<> drainRetryQueue();
+    async::Task<std::optional<std::string>> retryUpload(RetryQueueItem item);
+
+    // SyncCoordinatorRescan.cpp
+    async::Task<> startEventStream(RunNumber run, std::vector<std::string> roots);
+    void deliver(std::vector<std::string> paths);
+    async::Task<> handleEventPaths(std::vector<std::string> paths);
+    void scheduleRescan(const std::string& root);
+    async::Task<> rescan(std::string root);
+    void cancelRescans();
+
     // SyncCoordinatorStartStop.cpp
     RunNumber beginRun(const std::vector<std::string>& roots, SyncMode mode);
     async::Task<> performStart(RunNumber run, std::vector<std::string> roots, SyncMode mode);
@@ -118,7 +145,9 @@ private:
     void log(std::string_view line) const;
 
     async::SerialExecutor serial_;
+    async::Executor main_;
     async::Clock clock_;
+    WatchFolders watchFolders_;
     const std::atomic<bool>* isQuitting_;
 
     const PublicConfig config_;
@@ -132,6 +161,12 @@ private:
     SyncMode currentMode_ = SyncMode::regular;
     bool isRunning_ = false;
     RunNumber run_ = 0;
+    async::Exclusion drain_;
+
+    std::optional<EventStream> eventStream_;
+    std::map<std::string, async::TaskHandle, std::less<>> rescanTasks_; // the latest of each root
+    std::vector<async::TaskHandle> superseded_;                         // cancelled, perhaps still at a scan's end
+    std::vector<async::TaskHandle> deliveries_;                         // of batches; on the main thread alone
 
     LogHandler logHandler_;
     IndexingHandler indexingHandler_;

@@ -1,4 +1,5 @@
 #include "hosted/SupabaseHTTPClient.h"
+#include "platform/async/Elsewhere.h"
 #include "platform/files/Paths.h"
 #include "state/SessionStore.h"
 #include "sync/SyncCoordinator.h"
@@ -60,15 +61,19 @@ async::Task<> SyncCoordinator::performStart(RunNumber run, std::vector<std::stri
     log(fmt::format("Starting sync ({})...", rawValue(mode)));
     log(fmt::format("Folders: {}", fmt::join(roots, ", ")));
     log("Performing initial scan...");
-    for (const std::string& root : standardised(roots)) {
+    co_await drainRetryQueue();
+    const std::vector<std::string> urls = standardised(roots);
+    for (const std::string& url : urls) {
         if (!isCurrent(run)) {
             co_return;
         }
-        co_await scan(root, "Initial scan", true);
+        co_await scan(url, "Initial scan", true);
     }
-    if (isCurrent(run)) {
-        markInitialScanComplete();
+    if (!isCurrent(run)) {
+        co_return;
     }
+    markInitialScanComplete();
+    co_await startEventStream(run, urls);
 }
 
 async::Task<> SyncCoordinator::stopSync() {
@@ -76,7 +81,14 @@ async::Task<> SyncCoordinator::stopSync() {
         co_return;
     }
     isRunning_ = false;
-    setIndexingProgress(false);
+    const RunNumber run = run_;
+    cancelRescans();
+    if (const std::optional<EventStream> stream = std::exchange(eventStream_, std::nullopt)) {
+        co_await async::Elsewhere(main_).call(stream->stop);
+    }
+    if (run == run_) { // else the progress belongs to a new run
+        setIndexingProgress(false);
+    }
     log("Sync stopped.");
 }
 

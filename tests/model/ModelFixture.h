@@ -3,6 +3,7 @@
 #include "model/DesktopAppModel.h"
 #include "support/InProcessProject.h"
 #include "support/OneThread.h"
+#include "support/ScriptedEventStream.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -47,14 +48,29 @@ protected:
         return AppSurroundings{.main = main.executor(),
                                .pool = thread.executor(),
                                .clock = thread.clock(),
-                               .urlSession = project.transport()};
+                               .urlSession = project.transport(),
+                               .watchFolders = stream.watcher()};
     }
+    ~ModelFixture() override { quit(); }
+
     // A new start of the program on the same state.
     void launch() {
-        model.reset();
+        quit();
         model = DesktopAppModel::create(surroundings());
         model->observe([this](ModelField field) { writes.push_back(field); });
         thread.settle();
+    }
+    // The end of the program, but for the polling, which keeps the model and so has to be ended.
+    void quit() {
+        if (model) {
+            const std::optional<StoredSession> session = storedSession();
+            run(&DesktopAppModel::signOut);
+            model.reset();
+            if (session) {
+                SessionStore store(thread.executor());
+                thread.run([&] { return store.save(*session); });
+            }
+        }
     }
     // Starts an operation of the model as a button does; it goes on as the thread does.
     template <class Operation>
@@ -93,6 +109,7 @@ protected:
     OneThread thread;
     async::SerialExecutor main{thread.executor()};
     InProcessProject project{thread.executor()};
+    ScriptedEventStream stream;
     std::vector<ModelField> writes;
     std::shared_ptr<DesktopAppModel> model;
 };

@@ -234,7 +234,11 @@ platform::HttpResponse InProcessProject::respondToTables(const platform::HttpReq
         }
         return reply(204);
     }
-    const auto found = files.find(queryValue(target, "storage_key=eq.").value_or(""));
+    const std::optional<std::string> wantedKey = queryValue(target, "storage_key=eq.");
+    if (!wantedKey) {
+        return reply(200, json::array()); // the status reads: nothing waits and nothing has failed
+    }
+    const auto found = files.find(*wantedKey);
     return reply(200, found == files.end() ? json::array() : json::array({row(found->second)}));
 }
 

@@ -65,6 +65,12 @@ public:
 
     [[nodiscard]] const std::vector<std::string>& journal() const noexcept { return journal_; }
     void forgetJournal() { journal_.clear(); }
+    // Takes the request at this place out where it is the one named.
+    void forgetRequest(std::size_t at, std::string_view request) {
+        if (at < journal_.size() && journal_[at] == request) {
+            journal_.erase(journal_.begin() + static_cast<std::ptrdiff_t>(at));
+        }
+    }
     [[nodiscard]] std::size_t requestsWith(std::string_view part) const;
 
     // By storage key.

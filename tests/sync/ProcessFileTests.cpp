@@ -212,7 +212,13 @@ TEST_F(ProcessFile, LeavesAnItemWhenTheStateRowCannotBeWrittenAndUploadsAgain) {
 
 TEST_F(ProcessFile, RefreshesAnExpiredSessionOnceAndGoesOnWithTheNewTokens) {
     write("a.txt", "hello");
-    project.expireAccessToken();
+    bool hasExpired = false;
+    project.setFaults([&](std::string_view request) -> std::optional<InProcessProject::Fault> {
+        if (request.starts_with("POST /storage/v1") && !std::exchange(hasExpired, true)) {
+            project.expireAccessToken();
+        }
+        return std::nullopt;
+    });
     start();
     EXPECT_EQ(summary(), summaryOf(1, 0, 0, 0));
     EXPECT_EQ(project.requestsWith("grant_type=refresh_token"), 1U);

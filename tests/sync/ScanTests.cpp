@@ -17,7 +17,7 @@ class Scan : public veskline::testing::SyncFixture {};
 TEST_F(Scan, LogsAnEmptyRootAndReportsItsProgress) {
     const std::vector<std::string> expected{
         "Starting sync (ultra)...",   "Folders: " + root,    "Performing initial scan...", "Initial scan: " + root,
-        "Found 0 files. Indexing...", summaryOf(0, 0, 0, 0), "Initial scan complete",
+        "Found 0 files. Indexing...", summaryOf(0, 0, 0, 0), "Initial scan complete",      "Watching " + root + " ...",
     };
     EXPECT_EQ(start(), expected);
     const IndexingProgressSnapshot last{.totalFiles = 0, .startedAt = thread.wallTime()};
@@ -48,6 +48,7 @@ TEST_F(Scan, UploadsInTheOrderOfWholePathsAndCountsOverAllRoots) {
         "Scanned: 3",
         summaryOf(1, 0, 0, 0),
         "Initial scan complete",
+        "Watching " + root + ", " + second + " ...",
     };
     EXPECT_EQ(lines, expected);
     EXPECT_EQ(unsupported, (std::vector<std::int64_t>{0, 0, 1, 2}));

@@ -6,6 +6,7 @@
 #include "state/SessionStore.h"
 #include "support/InProcessProject.h"
 #include "support/OneThread.h"
+#include "support/ScriptedEventStream.h"
 #include "support/TemporaryFolder.h"
 #include "sync/SyncCoordinator.h"
 
@@ -55,7 +56,9 @@ protected:
     std::vector<std::string> start(SyncMode mode = SyncMode::ultra) { return start({root}, mode); }
     std::vector<std::string> start(const std::vector<std::string>& roots, SyncMode mode = SyncMode::ultra) {
         lines.clear();
+        const std::size_t before = project.journal().size();
         thread.run([&] { return coordinator.startSync(roots, mode); });
+        project.forgetRequest(before, "GET /auth/v1/user"); // the drain's question for the user
         return lines;
     }
     void stop() {
@@ -90,6 +93,8 @@ protected:
 
     TemporaryFolder folder;
     OneThread thread;
+    async::SerialExecutor main{thread.executor()};
+    ScriptedEventStream stream;
     std::string root;
     InProcessProject project{thread.executor()};
     SessionStore sessionStore{thread.executor(), StorePlace{folder.at("session.json")}, std::nullopt};
@@ -100,9 +105,15 @@ protected:
                         .dashboardURL = "https://dashboard.example",
                         .maxUploadBytes = limit};
     SupabaseHTTPClient client{config, sessionStore, project.transport(), thread.executor()};
-    SyncCoordinator coordinator{
-        config,     client,       database,
-        retryQueue, sessionStore, SyncCoordinator::Surroundings{.pool = thread.executor(), .clock = thread.clock()}};
+    SyncCoordinator coordinator{config,
+                                client,
+                                database,
+                                retryQueue,
+                                sessionStore,
+                                SyncCoordinator::Surroundings{.pool = thread.executor(),
+                                                              .main = main.executor(),
+                                                              .clock = thread.clock(),
+                                                              .watchFolders = stream.watcher()}};
 
     std::vector<std::string> lines;
     std::vector<IndexingProgressSnapshot> progress;
