@@ -19,10 +19,7 @@ public:
     // Walks the root and sorts what it finds: this is the order of upload.
     FolderScan(std::string root, std::uint64_t run, bool tracksInitialIndexing, const std::atomic<bool>* isQuitting)
         : root_(std::move(root)), run_(run), tracksInitialIndexing_(tracksInitialIndexing),
-          found_(FileRules::enumerateFiles(root_, isQuitting)) {
-        found_.supportedFiles.sort();
-        rows_.emplace(found_.supportedFiles, root_);
-    }
+          found_(walk(root_, isQuitting)), rows_(found_.supportedFiles, root_) {}
     FolderScan(const FolderScan&) = delete;
     FolderScan& operator=(const FolderScan&) = delete;
 
@@ -31,18 +28,24 @@ public:
     [[nodiscard]] bool tracksInitialIndexing() const noexcept { return tracksInitialIndexing_; }
     [[nodiscard]] const FileEnumerationResult& found() const noexcept { return found_; }
     [[nodiscard]] const platform::PathList& files() const noexcept { return found_.supportedFiles; }
-    [[nodiscard]] StateRows& rows() noexcept { return *rows_; }
-    [[nodiscard]] const StateRows& rows() const noexcept { return *rows_; }
+    [[nodiscard]] StateRows& rows() noexcept { return rows_; }
+    [[nodiscard]] const StateRows& rows() const noexcept { return rows_; }
 
     std::optional<UnavailableFolders> unavailable;
     ScanCounters counters;
 
 private:
+    static FileEnumerationResult walk(const std::string& root, const std::atomic<bool>* isQuitting) {
+        FileEnumerationResult found = FileRules::enumerateFiles(root, isQuitting);
+        found.supportedFiles.sort();
+        return found;
+    }
+
     std::string root_;
     std::uint64_t run_;
     bool tracksInitialIndexing_;
     FileEnumerationResult found_;
-    std::optional<StateRows> rows_;
+    StateRows rows_;
 };
 
 } // namespace veskline

@@ -10,8 +10,9 @@ StateRows::StateRows(const platform::PathList& files, std::string rootPath)
     : files_(files), rootPath_(std::move(rootPath)), knownOfFile_(files.size(), none) {}
 
 void StateRows::add(const FileStateRowView& row) {
-    const std::optional<std::size_t> index = files_.find(row.path);
+    const std::optional<std::size_t> index = files_.find(row.path, expected_);
     if (index) {
+        expected_ = *index + 1;
         knownOfFile_[*index] = static_cast<std::uint32_t>(known_.size());
         known_.push_back(Known{row.bytes, row.mtimeMilliseconds, std::string(row.storageKey), std::string(row.sha256)});
         return;

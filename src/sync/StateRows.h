@@ -43,6 +43,7 @@ private:
     std::vector<std::uint32_t> knownOfFile_; // place in known_, or none
     std::vector<Known> known_;
     std::vector<FileStateRow> gone_;
+    std::size_t expected_ = 0; // rows mostly come in the order of the files: where the next one then is
 };
 
 } // namespace veskline

@@ -99,16 +99,16 @@ async::Task<> SyncCoordinator::signOut() {
 
 namespace {
 
-// The result of `read`, or `fallback` where it fails.
+// The result of `read`, or `fallback` where it fails: a restore never does.
 template <class T>
 async::Task<T> orElse(async::Task<T> read, T fallback) {
-    T result = std::move(fallback);
+    std::optional<T> result;
     try {
         result = co_await std::move(read);
     } catch (const std::exception&) {
-        // The fallback stands: a restore never fails.
+        result = std::move(fallback);
     }
-    co_return result;
+    co_return *std::move(result);
 }
 
 } // namespace
