@@ -1,7 +1,6 @@
 #include "floors/Digest.h"
 
 #include "floors/Floors.h"
-#include "measure/Stopwatch.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,9 +1,6 @@
 #pragma once
 
-#include "measure/Sample.h"
-
-#include <span>
-#include <string>
+#include "measure/Kinds.h"
 
 // The least program for each kind of work: the same result by the same system calls, straight on the libraries, with no
 // rule, no recovery and no care. The agent is measured against these; veskline-bench-work takes the same arguments.
@@ -12,15 +9,15 @@
 
 namespace floors {
 
-using Arguments = std::span<const std::string>;
+using bench::Arguments;
 
-bench::Sample walk(Arguments arguments);   // TREE
-bench::Sample rescan(Arguments arguments); // TREE STATE-FOLDER
-bench::Sample digest(Arguments arguments); // SMALL-FILE FILE
-bench::Sample sync(Arguments arguments);   // URL FOLDER STATE-FOLDER
-bench::Sample upload(Arguments arguments); // URL SMALL-FILE FILE STATE-FOLDER
+bench::Sample walk(Arguments arguments);
+bench::Sample rescan(Arguments arguments);
+bench::Sample digest(Arguments arguments);
+bench::Sample sync(Arguments arguments);
+bench::Sample upload(Arguments arguments);
 
-// SINK: answers every request on a port of loopback, which it prints; on SIGTERM it prints what it saw, and ends.
-[[noreturn]] void runSink();
+// Answers every request on a port of loopback, which it prints; on SIGTERM it prints what it saw, and ends.
+bench::Sample sink(Arguments arguments);
 
 } // namespace floors

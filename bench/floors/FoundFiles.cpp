@@ -1,5 +1,7 @@
 #include "floors/FoundFiles.h"
 
+#include "floors/Floors.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,7 +19,8 @@ constexpr std::array<std::string_view, 7> extensions{"pdf", "docx", "txt", "md",
 bool isDocument(std::string_view name) {
     const std::size_t dot = name.rfind('.');
     return dot != std::string_view::npos && std::ranges::any_of(extensions, [&](std::string_view extension) {
-               return name.size() - dot - 1 == extension.size() && strcasecmp(&name[dot + 1], extension.data()) == 0;
+               return name.size() - dot - 1 == extension.size() &&
+                      strncasecmp(&name[dot + 1], extension.data(), extension.size()) == 0;
            });
 }
 
@@ -71,6 +74,12 @@ void FoundFiles::add(std::string_view name, std::size_t pathLength) {
     free_ = std::copy_n(path_, pathLength, free_);
     free_ = std::copy_n(name.data(), name.size() + 1, free_);
     freeBytes_ -= length + 1;
+}
+
+bench::Sample walk(Arguments arguments) {
+    const bench::Stopwatch stopwatch;
+    const FoundFiles found(arguments[0]);
+    return stopwatch.stop(static_cast<std::int64_t>(found.files.size()));
 }
 
 } // namespace floors

@@ -1,6 +1,5 @@
 #include "floors/Floors.h"
 #include "floors/FoundFiles.h"
-#include "measure/Stopwatch.h"
 
 #include <sqlite3.h>
 #include <sys/stat.h>

@@ -6,13 +6,15 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
+#include <system_error>
 
 // A trivial HTTP/1.1 server on one thread: it reads a head, swallows as many bytes of body as Content-Length says, and
 // answers 200 with a row, or with a user where it is asked for one. Connections are kept.
@@ -30,14 +32,13 @@ constexpr std::string_view rowBody =
 struct Seen {
     long requests;
     long connections;
-    long bodyBytes;
 };
 Seen seen;
 
 void endWithCounts(int) {
     std::array<char, 128> line{};
-    const int length = std::snprintf(line.data(), line.size(), "requests %ld connections %ld body %ld\n", seen.requests,
-                                     seen.connections, seen.bodyBytes);
+    const int length =
+        std::snprintf(line.data(), line.size(), "requests %ld connections %ld\n", seen.requests, seen.connections);
     const ssize_t written = write(STDOUT_FILENO, line.data(), static_cast<std::size_t>(length));
     _exit(written == length ? 0 : 1);
 }
@@ -49,6 +50,7 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
+    [[nodiscard]] int socket() const { return socket_; }
     // Takes what has come in; false at the end of the connection.
     bool read() { return bodyLeft_ > 0 ? readBody() : readHead(); }
 
@@ -79,7 +81,6 @@ private:
     }
 
     bool takeBody(std::size_t bytes) {
-        seen.bodyBytes += static_cast<long>(bytes);
         bodyLeft_ -= std::min(bytes, bodyLeft_);
         return bodyLeft_ > 0 || answer();
     }
@@ -107,50 +108,45 @@ int listenOnLoopback() {
     const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)}};
     socklen_t length = sizeof address;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(listener, 128) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        std::perror("sink");
-        std::exit(1);
+    auto* const place = reinterpret_cast<sockaddr*>(&address);
+    if (bind(listener, place, length) != 0 || listen(listener, 128) != 0 ||
+        getsockname(listener, place, &length) != 0) {
+        throw std::system_error(errno, std::generic_category(), "sink");
     }
     std::printf("port %d\n", ntohs(address.sin_port));
     std::fflush(stdout);
     return listener;
 }
 
-void add(int epoll, int socket, Client* client) {
+Client* accept(int listener) {
+    const int on = 1;
+    const int socket = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    ++seen.connections;
+    return new Client(socket);
+}
+
+void wait(int epoll, int socket, Client* client) {
     epoll_event event{.events = EPOLLIN, .data = {.ptr = client}};
     epoll_ctl(epoll, EPOLL_CTL_ADD, socket, &event);
 }
 
-void accept(int epoll, int listener) {
-    const int socket = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (socket < 0) {
-        return;
-    }
-    const int on = 1;
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    ++seen.connections;
-    add(epoll, socket, new Client(socket));
-}
-
 } // namespace
 
-void runSink() {
+bench::Sample sink(Arguments) {
     std::signal(SIGTERM, endWithCounts);
-    std::signal(SIGPIPE, SIG_IGN);
     const int listener = listenOnLoopback();
     const int epoll = epoll_create1(EPOLL_CLOEXEC);
-    add(epoll, listener, nullptr);
+    wait(epoll, listener, nullptr);
     for (;;) {
-        std::array<epoll_event, 64> events{};
-        const int count = epoll_wait(epoll, events.data(), static_cast<int>(events.size()), -1);
-        for (int at = 0; at < count; ++at) {
-            auto* client = static_cast<Client*>(events[static_cast<std::size_t>(at)].data.ptr);
-            if (client == nullptr) {
-                accept(epoll, listener);
-            } else if (!client->read()) {
-                delete client;
-            }
+        epoll_event event{};
+        epoll_wait(epoll, &event, 1, -1);
+        auto* const client = static_cast<Client*>(event.data.ptr);
+        if (client == nullptr) {
+            Client* const next = accept(listener);
+            wait(epoll, next->socket(), next);
+        } else if (!client->read()) {
+            delete client;
         }
     }
 }

@@ -1,7 +1,6 @@
 #include "floors/Digest.h"
 #include "floors/Floors.h"
 #include "floors/KeptConnection.h"
-#include "measure/Stopwatch.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -73,6 +72,7 @@ bench::Sample sync(Arguments arguments) {
     State state(arguments[2]);
     const bench::Stopwatch stopwatch;
     std::int64_t files = 0;
+    connection.get("/auth/v1/user");
     DIR* folder = opendir(arguments[1].c_str());
     while (const dirent* entry = readdir(folder)) {
         if (entry->d_name[0] == '.') {

@@ -1,6 +1,5 @@
 #include "floors/Floors.h"
 #include "floors/KeptConnection.h"
-#include "measure/Stopwatch.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

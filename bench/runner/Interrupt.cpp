@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <initializer_list>
 
 namespace bench {
 
 Interrupt::Interrupt() {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that left is no reason to leave data behind
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

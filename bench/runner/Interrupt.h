@@ -1,13 +1,13 @@
 #pragma once
 
-#include <stdexcept>
+#include <exception>
 
 namespace bench {
 
 // The user or the system wants the run to end (SIGINT, SIGTERM, SIGHUP).
-class Interrupted : public std::runtime_error {
+class Interrupted : public std::exception {
 public:
-    explicit Interrupted(int signal) : std::runtime_error("interrupted"), signal(signal) {}
+    explicit Interrupted(int signal) : signal(signal) {}
     int signal;
 };
 

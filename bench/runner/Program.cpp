@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -24,11 +25,8 @@ std::chrono::microseconds spent(const timeval& time) {
 
 // Its output goes to `output`, and signals reach it.
 pid_t spawn(std::vector<std::string>& command, int output) {
-    std::vector<char*> arguments;
-    for (std::string& argument : command) {
-        arguments.push_back(argument.data());
-    }
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(command.size() + 1); // a null pointer ends them
+    std::ranges::transform(command, arguments.begin(), [](std::string& argument) { return argument.data(); });
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
@@ -94,7 +92,7 @@ Sample Program::finish() {
     while (readOutput()) {
     }
     const Sample whole = reap();
-    return findSample(text_).value_or(whole);
+    return readSample(text_).value_or(whole);
 }
 
 // False at the end of the output.

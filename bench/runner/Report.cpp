@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 #include <sys/utsname.h>
 
-#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <thread>
@@ -13,14 +12,22 @@ namespace bench::Report {
 
 namespace {
 
-double wall(const Sample& sample) {
-    return static_cast<double>(sample.wall.count()) / 1000.0;
-}
-double cpu(const Sample& sample) {
-    return static_cast<double>(sample.cpu.count()) / 1000.0;
-}
-double growth(const Sample& sample) {
-    return static_cast<double>(sample.growthKiB) / 1024.0;
+struct Verdict {
+    std::string quantity;
+    double goal;
+    double reached;
+    [[nodiscard]] bool isMet() const { return reached <= goal; }
+};
+
+std::vector<Verdict> verdicts(const Goal& goal, const Comparison::Contender& agent) {
+    std::vector<Verdict> list{{"wall", goal.wall, agent.wallMilliseconds.ratio}};
+    if (goal.cpu) {
+        list.push_back({"cpu", *goal.cpu, agent.cpuMilliseconds.ratio});
+    }
+    if (goal.growthMiB) {
+        list.push_back({"growth", *goal.growthMiB, agent.growthMiB.amount});
+    }
+    return list;
 }
 
 std::string processor() {
@@ -33,95 +40,63 @@ std::string processor() {
     return "unknown processor";
 }
 
-std::string kernel() {
-    utsname name{};
-    uname(&name);
-    return std::string(name.sysname) + " " + name.release;
-}
-
 double load() {
-    std::array<double, 1> average{};
-    return getloadavg(average.data(), 1) == 1 ? average[0] : 0;
-}
-
-struct Verdict {
-    std::string quantity;
-    double reached;
-    double goal;
-    [[nodiscard]] bool isMet() const { return reached <= goal; }
-};
-
-std::vector<Verdict> verdicts(const Comparison& comparison, const Contender& agent) {
-    const Goal& goal = comparison.row().goal;
-    std::vector<Verdict> list{{"wall", comparison.ratio(agent, wall), goal.wall}};
-    if (goal.cpu) {
-        list.push_back({"cpu", comparison.ratio(agent, cpu), *goal.cpu});
-    }
-    if (goal.growthMiB) {
-        list.push_back({"growth", Comparison::median(agent, growth), *goal.growthMiB});
-    }
-    return list;
-}
-
-std::string goals(const Comparison& comparison, const Contender& agent) {
-    std::string text;
-    for (const Verdict& verdict : verdicts(comparison, agent)) {
-        text += fmt::format("  {} {:.2f} {}", verdict.quantity, verdict.goal, verdict.isMet() ? "met" : "MISSED");
-    }
-    return text;
+    double lastMinute = 0;
+    return getloadavg(&lastMinute, 1) == 1 ? lastMinute : 0;
 }
 
 } // namespace
 
-std::string head(const Sizes& sizes) {
-    return fmt::format("{}, {} processors, {}, load {:.2f}. Medians of {} interleaved rounds; x: times the floor.\n\n"
-                       "                 wall ms      x    cpu ms      x  growth MiB  goals\n",
-                       processor(), std::thread::hardware_concurrency(), kernel(), load(), sizes.rounds);
+std::string head(int rounds) {
+    utsname system{};
+    uname(&system);
+    return fmt::format("{} x {}, {} {}, load {:.2f}. Medians of {} rounds; x: times the floor.\n\n"
+                       "{:10}{:>12}{:>7}{:>10}{:>7}{:>12}  goals\n",
+                       std::thread::hardware_concurrency(), processor(), system.sysname, system.release, load(), rounds,
+                       "", "wall ms", "x", "cpu ms", "x", "growth MiB");
 }
 
-std::string table(const Comparison& comparison, const Sizes& sizes) {
-    std::string text = fmt::format("{}: {}\n", comparison.row().name, comparison.row().meaning(sizes));
-    const Contender& floor = comparison.contenders().front();
-    for (const Contender& contender : comparison.contenders()) {
-        const bool isFloor = &contender == &floor;
-        const auto ratio = [&](const Comparison::Quantity& quantity) {
-            return isFloor ? std::string() : fmt::format("{:.2f}", comparison.ratio(contender, quantity));
-        };
-        text += fmt::format("  {:<10}{:>12.1f}{:>7}{:>10.1f}{:>7}{:>12.1f}", contender.name,
-                            Comparison::median(contender, wall), ratio(wall), Comparison::median(contender, cpu),
-                            ratio(cpu), Comparison::median(contender, growth));
-        text += contender.name == "agent" ? goals(comparison, contender) + "\n" : "\n";
+std::string table(const Comparison& comparison) {
+    std::string text = fmt::format("{}: {}\n", comparison.row.name, comparison.row.meaning);
+    for (const Comparison::Contender& contender : comparison.contenders) {
+        const auto& [name, wall, cpu, growth] = contender;
+        text += fmt::format("  {:8}{:12.1f}{:7.2f}{:10.1f}{:7.2f}{:12.1f}", name, wall.amount, wall.ratio, cpu.amount,
+                            cpu.ratio, growth.amount);
+        if (name == "agent") {
+            for (const Verdict& verdict : verdicts(comparison.row.goal, contender)) {
+                text +=
+                    fmt::format("  {} {:.2f} {}", verdict.quantity, verdict.goal, verdict.isMet() ? "met" : "MISSED");
+            }
+        }
+        text += '\n';
     }
     return text;
 }
 
-nlohmann::json surroundings(const Sizes& sizes) {
+nlohmann::json json(int rounds) {
     return {{"processor", processor()},
             {"processors", std::thread::hardware_concurrency()},
-            {"kernel", kernel()},
             {"load", load()},
-            {"rounds", sizes.rounds}};
+            {"rounds", rounds}};
 }
 
-nlohmann::json record(const Comparison& comparison, const Sizes& sizes) {
-    nlohmann::json json{{"name", comparison.row().name}, {"meaning", comparison.row().meaning(sizes)}};
-    for (const Contender& contender : comparison.contenders()) {
-        json["contenders"].push_back({{"name", contender.name},
-                                      {"wall_ms", Comparison::median(contender, wall)},
-                                      {"wall_ratio", comparison.ratio(contender, wall)},
-                                      {"cpu_ms", Comparison::median(contender, cpu)},
-                                      {"cpu_ratio", comparison.ratio(contender, cpu)},
-                                      {"growth_mib", Comparison::median(contender, growth)}});
-        if (contender.name == "agent") {
-            for (const Verdict& verdict : verdicts(comparison, contender)) {
-                json["goals"].push_back({{"quantity", verdict.quantity},
-                                         {"goal", verdict.goal},
-                                         {"reached", verdict.reached},
-                                         {"met", verdict.isMet()}});
+nlohmann::json json(const Comparison& comparison) {
+    nlohmann::json row{{"name", comparison.row.name}, {"meaning", comparison.row.meaning}};
+    for (const Comparison::Contender& contender : comparison.contenders) {
+        const auto& [name, wall, cpu, growth] = contender;
+        row["contenders"][name] = {{"wall_ms", wall.amount},
+                                   {"wall_ratio", wall.ratio},
+                                   {"cpu_ms", cpu.amount},
+                                   {"cpu_ratio", cpu.ratio},
+                                   {"growth_mib", growth.amount}};
+        if (name == "agent") {
+            for (const Verdict& verdict : verdicts(comparison.row.goal, contender)) {
+                row["goals"][verdict.quantity] = {
+                    {"goal", verdict.goal}, {"reached", verdict.reached}, {"met", verdict.isMet()}};
             }
         }
     }
-    return json;
+    return row;
 }
 
 } // namespace bench::Report

@@ -6,19 +6,15 @@
 
 #include <string>
 
-namespace bench {
-
-// The results of a run, for people and for machines. Both name medians, and ratios as medians of the rounds' ratios.
-namespace Report {
+// The results of a run, for people and for machines.
+namespace bench::Report {
 
 // What was measured where, and the heads of the columns.
-[[nodiscard]] std::string head(const Sizes& sizes);
+[[nodiscard]] std::string head(int rounds);
 // What the row means, and a line for each contender; the agent's ends with its goals.
-[[nodiscard]] std::string table(const Comparison& comparison, const Sizes& sizes);
+[[nodiscard]] std::string table(const Comparison& comparison);
 
-[[nodiscard]] nlohmann::json surroundings(const Sizes& sizes);
-[[nodiscard]] nlohmann::json record(const Comparison& comparison, const Sizes& sizes);
+[[nodiscard]] nlohmann::json json(int rounds);
+[[nodiscard]] nlohmann::json json(const Comparison& comparison);
 
-} // namespace Report
-
-} // namespace bench
+} // namespace bench::Report

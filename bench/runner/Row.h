@@ -1,42 +1,36 @@
 #pragma once
 
-#include "runner/Sink.h"
+#include "runner/Program.h"
 #include "runner/WorkFolder.h"
 
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace bench {
 
 // How much of each kind of work a run does.
 struct Sizes {
-    std::int64_t treeFiles;
-    std::int64_t newFiles;
-    std::int64_t newFileBytes;
-    std::int64_t largeBytes;
-    int rounds;
+    std::int64_t treeFiles = 200'000;
+    std::int64_t newFiles = 2'000;
+    std::int64_t newFileBytes = 4'096;
+    std::int64_t smallBytes = std::int64_t{1} << 20U;
+    std::int64_t largeBytes = std::int64_t{512} << 20U;
 };
-inline constexpr Sizes fullSizes{200'000, 2'000, 4'096, std::int64_t{512} << 20U, 5};
-inline constexpr Sizes quickSizes{20'000, 200, 4'096, std::int64_t{64} << 20U, 3};
+inline constexpr Sizes quickSizes{.treeFiles = 20'000, .newFiles = 200, .largeBytes = std::int64_t{64} << 20U};
 
-// What a row has to work with.
-struct Surroundings {
-    const Sizes& sizes;
-    const WorkFolder& data;
-    const Interrupt& interrupt;
-    std::string agentProgram;
-    std::string floorProgram;
+struct Programs {
+    std::string agent;
+    std::string floor;
 };
 
 // What the agent may take: times what its floor takes.
 struct Goal {
     double wall;
-    std::optional<double> cpu;
-    std::optional<double> growthMiB; // not a multiple
+    std::optional<double> cpu = std::nullopt;
+    std::optional<double> growthMiB = std::nullopt; // not a multiple
 };
 
 // One kind of work that is measured.
@@ -45,15 +39,15 @@ struct Row {
     // What a program is told for its next run; `url` is empty where no server is used.
     using NextArguments = std::function<Arguments(const std::string& url)>;
 
-    std::string_view name; // what both programs call it
-    std::function<std::string(const Sizes&)> meaning;
+    std::string name;    // what both programs call it
+    std::string meaning; // one line
     Goal goal;
     // Makes what all runs work on.
-    std::function<NextArguments(const Surroundings&)> prepare;
-    // Where a server is used: how many requests it must have seen for each counted thing, or in all, on one connection.
-    std::function<std::int64_t(std::int64_t count)> requests = nullptr;
+    std::function<NextArguments(const WorkFolder& data)> prepare;
+    // Where a server is used: how many requests it must see in each run, all on one connection.
+    std::optional<std::int64_t> requests = std::nullopt;
 };
 
-[[nodiscard]] const std::vector<Row>& allRows();
+[[nodiscard]] std::vector<Row> allRows(const Sizes& sizes, const Programs& programs, const Interrupt& interrupt);
 
 } // namespace bench

@@ -1,7 +1,8 @@
 #include "runner/Sink.h"
 
-#include <cinttypes>
-#include <cstdio>
+#include <fmt/format.h>
+
+#include <stdexcept>
 
 namespace bench {
 
@@ -10,13 +11,12 @@ Sink::Sink(const std::string& floorProgram, const Interrupt& interrupt) : progra
     url_ = "http://127.0.0.1:" + line.substr(line.rfind(' ') + 1);
 }
 
-Sink::Counts Sink::stop() {
+void Sink::require(std::int64_t requests) {
     program_.terminate();
     const std::string line = program_.readLine();
-    Counts counts;
-    std::sscanf(line.c_str(), "requests %" SCNd64 " connections %" SCNd64 " body %" SCNd64, &counts.requests,
-                &counts.connections, &counts.bodyBytes);
-    return counts;
+    if (const std::string expected = fmt::format("requests {} connections 1", requests); line != expected) {
+        throw std::runtime_error(fmt::format("the server saw {}, not {}", line, expected));
+    }
 }
 
 } // namespace bench

@@ -10,17 +10,12 @@ namespace bench {
 // The server that stands for the hosted project in one run: it answers everything at once and keeps nothing.
 class Sink {
 public:
-    struct Counts {
-        std::int64_t requests = 0;
-        std::int64_t connections = 0;
-        std::int64_t bodyBytes = 0;
-    };
-
     Sink(const std::string& floorProgram, const Interrupt& interrupt);
 
     [[nodiscard]] const std::string& url() const { return url_; }
-    // Ends it. Whatever was sent has been answered, so it is in the counts.
-    [[nodiscard]] Counts stop();
+
+    // Ends it. Throws std::runtime_error where it has not seen just so many requests, or more than one connection.
+    void require(std::int64_t requests);
 
 private:
     Program program_;

@@ -1,13 +1,14 @@
 #include "runner/Comparison.h"
-#include "runner/Options.h"
 #include "runner/Report.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,63 +16,86 @@ namespace {
 
 using namespace bench;
 
-std::optional<Comparison> compare(const Row& row, const Options& options, const Interrupt& interrupt) {
-    const std::filesystem::path programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    const WorkFolder data(interrupt);
-    const Surroundings with{.sizes = options.sizes,
-                            .data = data,
-                            .interrupt = interrupt,
-                            .agentProgram = programs / "veskline-bench-work",
-                            .floorProgram = programs / "veskline-bench-floor"};
-    try {
-        return Comparison(row, with);
-    } catch (const Interrupted&) {
-        throw;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s: %s\n", std::string(row.name).c_str(), error.what());
-        return std::nullopt;
+constexpr const char* usage = "./dev bench [--quick] [--rounds N] [--only NAME]... [--json]\n"
+                              "  --quick     a tenth of the work, three rounds\n"
+                              "  --rounds N  how often each program runs\n"
+                              "  --only NAME walk, start, rescan, digest, sync or upload; may be given more than once\n"
+                              "  --json      one JSON document instead of the table\n";
+
+struct Options {
+    Sizes sizes;
+    int rounds = 5;
+    std::vector<std::string> only;
+    bool isJson = false;
+};
+
+Options readOptions(const std::vector<std::string>& arguments) {
+    Options options;
+    for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
+        const bool hasValue = std::next(argument) != arguments.end();
+        if (*argument == "--quick") {
+            options.sizes = quickSizes;
+            options.rounds = 3;
+        } else if (*argument == "--json") {
+            options.isJson = true;
+        } else if (*argument == "--only" && hasValue) {
+            options.only.push_back(*++argument);
+        } else if (*argument == "--rounds" && hasValue) {
+            options.rounds = std::max(1, std::atoi((++argument)->c_str()));
+        } else {
+            throw std::invalid_argument(usage);
+        }
     }
+    return options;
 }
 
-int run(const Options& options, const Interrupt& interrupt) {
-    bool haveAllWorked = true;
-    nlohmann::json document{{"surroundings", Report::surroundings(options.sizes)}, {"rows", nlohmann::json::array()}};
-    if (!options.isJson) {
-        std::fputs(Report::head(options.sizes).c_str(), stdout);
+std::vector<Row> chosenRows(const Options& options, std::vector<Row> rows) {
+    if (options.only.empty()) {
+        return rows;
     }
-    for (const Row& row : options.rows) {
-        const std::optional<Comparison> comparison = compare(row, options, interrupt);
-        if (!comparison) {
-            haveAllWorked = false;
-        } else if (options.isJson) {
-            document["rows"].push_back(Report::record(*comparison, options.sizes));
-        } else {
-            std::fputs(Report::table(*comparison, options.sizes).c_str(), stdout);
+    std::vector<Row> chosen;
+    for (const std::string& name : options.only) {
+        const auto row = std::ranges::find(rows, name, &Row::name);
+        if (row == rows.end()) {
+            throw std::invalid_argument(usage);
+        }
+        chosen.push_back(*row);
+    }
+    return chosen;
+}
+
+// A row that fails is told, and the others are measured all the same.
+int run(const Options& options, const Interrupt& interrupt) {
+    const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    const Programs programs{.agent = folder / "veskline-bench-work", .floor = folder / "veskline-bench-floor"};
+    const std::vector<Row> rows = chosenRows(options, allRows(options.sizes, programs, interrupt));
+    nlohmann::json document{{"machine", Report::json(options.rounds)}, {"rows", nlohmann::json::array()}};
+    std::fputs(options.isJson ? "" : Report::head(options.rounds).c_str(), stdout);
+    for (const Row& row : rows) {
+        try {
+            const WorkFolder data(interrupt);
+            const Comparison comparison = compare(row, programs, options.rounds, data, interrupt);
+            document["rows"].push_back(Report::json(comparison));
+            std::fputs(options.isJson ? "" : Report::table(comparison).c_str(), stdout);
+        } catch (const std::runtime_error& error) {
+            std::fprintf(stderr, "%s: %s\n", row.name.c_str(), error.what());
         }
         std::fflush(stdout);
     }
-    if (options.isJson) {
-        std::puts(document.dump(2).c_str());
-    }
-    return haveAllWorked ? 0 : 1;
+    std::fputs(options.isJson ? (document.dump(2) + "\n").c_str() : "", stdout);
+    return document["rows"].size() == rows.size() ? 0 : 1;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     try {
-        const std::vector<std::string> arguments(argv + 1, argv + argc);
-        const Options options = Options::read(arguments);
-        if (options.wantsHelp) {
-            std::fputs(usage, stdout);
-            return 0;
-        }
         const Interrupt interrupt;
-        return run(options, interrupt);
+        return run(readOptions({argv + 1, argv + argc}), interrupt);
     } catch (const Interrupted& end) {
         return 128 + end.signal;
-    } catch (const std::invalid_argument& error) {
-        std::fprintf(stderr, "%s\n%s", error.what(), usage);
+    } catch (const std::invalid_argument& wrong) {
+        std::fputs(wrong.what(), stderr);
         return 2;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -26,34 +26,63 @@ ScanCounters readSummary(const std::string& line) {
 } // namespace
 
 Engine::Engine(const std::string& url)
-    : main_(pool_.executor()), agent_(PublicConfig{.supabaseURL = url, .supabaseAnonKey = "key", .dashboardURL = url},
-                                      AppSurroundings{.main = main_.executor(),
-                                                      .pool = pool_.executor(),
-                                                      .clock = timers_.clock(),
-                                                      .urlSession = http_.transport()}) {
+    : main_(pool_.executor()),
+      agent_(PublicConfig{.supabaseURL = url, .supabaseAnonKey = "key", .dashboardURL = url}, surroundings()) {
+    // As in the window each line and each progress is handed over; what becomes of it there is not the engine's.
+    const SyncCoordinator::LogHandler take = [this](const std::string& line) { takeLine(line); };
+    async::runBlocking(pool_.executor(), [&] { return agent_.syncCoordinator.setLogHandler(take); });
+    const SyncCoordinator::IndexingHandler drop = [](const IndexingProgressSnapshot&) {};
+    async::runBlocking(pool_.executor(), [&] { return agent_.syncCoordinator.setIndexingHandler(drop); });
+}
+
+AppSurroundings Engine::surroundings() {
+    const auto watch = [this](const std::vector<std::string>&, std::function<void(std::vector<std::string>)> tell) {
+        tellChanges_ = std::move(tell);
+        return SyncCoordinator::EventStream{.stop = [] {}};
+    };
+    return {.main = main_.executor(),
+            .pool = pool_.executor(),
+            .clock = timers_.clock(),
+            .urlSession = http_.transport(),
+            .watchFolders = watch};
+}
+
+// A rescan begins and ends with a line of its own.
+void Engine::takeLine(const std::string& line) {
+    if (line.starts_with("Rescan: ")) {
+        rescanTime_.emplace();
+    } else if (line.starts_with("Summary: ")) {
+        counters_ = readSummary(line);
+        if (rescanTime_) {
+            rescanCost_.set_value(rescanTime_->stop(counters_.skipped));
+        }
+    } else if (line.starts_with("Upload failed")) {
+        std::fprintf(stderr, "%s\n", line.c_str());
+    }
+}
+
+void Engine::signIn() {
     const StoredSession session{.accessToken = std::string(tokenBytes, 'a'),
                                 .refreshToken = "refresh",
                                 .user = StoredUser{.id = userID, .email = "you@example.com"}};
     async::runBlocking(pool_.executor(), [&] { return agent_.sessionStore.save(session); });
-    // As in the window each line is handed over; what becomes of it there is not the engine's.
-    const SyncCoordinator::LogHandler takeLine = [this](const std::string& line) {
-        if (line.starts_with("Summary: ")) {
-            counters_ = readSummary(line);
-        } else if (line.starts_with("Upload failed")) {
-            std::fprintf(stderr, "%s\n", line.c_str());
-        }
-    };
-    async::runBlocking(pool_.executor(), [&] { return agent_.syncCoordinator.setLogHandler(takeLine); });
-    const SyncCoordinator::IndexingHandler takeProgress = [](const IndexingProgressSnapshot&) {};
-    async::runBlocking(pool_.executor(), [&] { return agent_.syncCoordinator.setIndexingHandler(takeProgress); });
 }
 
 ScanCounters Engine::startSync(const std::string& root) {
     const std::vector<std::string> roots{root};
     async::runBlocking(pool_.executor(), [&] { return agent_.syncCoordinator.startSync(roots, SyncMode::ultra); });
-    const ScanCounters counters = counters_;
+    return counters_;
+}
+
+Sample Engine::rescan(const std::string& root) {
+    const auto tell = [&]() -> async::Task<> {
+        tellChanges_({root + "/changed.txt"});
+        co_return;
+    };
+    async::runBlocking(main_.executor(), tell);
+    const Sample cost = rescanCost_.get_future().get();
     async::runBlocking(pool_.executor(), [&] { return agent_.syncCoordinator.stopSync(); });
-    return counters;
+    return cost;
 }
 
 void Engine::upload(const std::string& file) {

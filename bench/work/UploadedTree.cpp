@@ -1,4 +1,4 @@
-#include "work/RememberedTree.h"
+#include "work/UploadedTree.h"
 
 #include "platform/async/ThreadPool.h"
 #include "platform/files/FileAttributes.h"
@@ -21,8 +21,8 @@ using namespace veskline;
 class Rows {
 public:
     explicit Rows(const std::string& file) {
-        sqlite3_open_v2(file.c_str(), &database_, SQLITE_OPEN_READWRITE, nullptr);
-        run("begin");
+        require(sqlite3_open_v2(file.c_str(), &database_, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK);
+        require(sqlite3_exec(database_, "begin", nullptr, nullptr, nullptr) == SQLITE_OK);
         sqlite3_prepare_v2(database_, "insert into files values (?1, ?2, ?3, ?4, ?5, ?6, ?7)", -1, &insert_, nullptr);
     }
     ~Rows() {
@@ -32,7 +32,7 @@ public:
     Rows(const Rows&) = delete;
     Rows& operator=(const Rows&) = delete;
 
-    void add(const FileStateRow& row) {
+    void add(const FileStateRow& row) const {
         int column = 0;
         for (const std::string* text : {&row.path, &row.rootPath, &row.logicalPath, &row.storageKey, &row.sha256}) {
             sqlite3_bind_text(insert_, ++column, text->c_str(), -1, SQLITE_STATIC);
@@ -42,10 +42,9 @@ public:
         require(sqlite3_step(insert_) == SQLITE_DONE);
         sqlite3_reset(insert_);
     }
-    void commit() { run("commit"); }
+    void commit() const { require(sqlite3_exec(database_, "commit", nullptr, nullptr, nullptr) == SQLITE_OK); }
 
 private:
-    void run(const char* sql) { require(sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK); }
     void require(bool isDone) const {
         if (!isDone) {
             throw std::runtime_error(sqlite3_errmsg(database_));
@@ -56,31 +55,24 @@ private:
     sqlite3_stmt* insert_ = nullptr;
 };
 
-FileStateRow uploadedRow(const std::string& path, const std::string& root, std::int64_t number) {
-    const platform::FileAttributes attributes = platform::readFileAttributes(path);
-    const std::string logicalPath = FileRules::logicalPath(path, root);
-    return {
-        .path = path,
-        .rootPath = root,
-        .logicalPath = logicalPath,
-        .storageKey = FileRules::buildStorageKey(Engine::userID, root, logicalPath),
-        .sha256 = fmt::format("{:064x}", number),
-        .bytes = attributes.bytes,
-        .mtimeMilliseconds = attributes.mtimeMilliseconds,
-    };
-}
-
 } // namespace
 
-std::int64_t rememberTree(const std::string& root) {
+std::int64_t rememberAsUploaded(const std::string& root) {
     async::ThreadPool pool;
     const LocalDatabase tables(pool.executor());
-    Rows rows(AppPaths::databaseFile());
+    const Rows rows(AppPaths::databaseFile());
     platform::PathList files = FileRules::listFiles(root);
     files.sort();
     std::int64_t count = 0;
-    for (const std::string_view path : files) {
-        rows.add(uploadedRow(std::string(path), root, count++));
+    for (const std::string_view file : files) {
+        FileStateRow row{
+            .path = std::string(file), .rootPath = root, .logicalPath = FileRules::logicalPath(file, root)};
+        const platform::FileAttributes attributes = platform::readFileAttributes(row.path);
+        row.storageKey = FileRules::buildStorageKey(Engine::userID, root, row.logicalPath);
+        row.sha256 = fmt::format("{:064x}", count++);
+        row.bytes = attributes.bytes;
+        row.mtimeMilliseconds = attributes.mtimeMilliseconds;
+        rows.add(row);
     }
     rows.commit();
     return count;
