@@ -26,15 +26,16 @@ std::function<void(Value)> handedOver(async::Executor main, std::weak_ptr<Deskto
 
 } // namespace
 
-std::shared_ptr<DesktopAppModel> DesktopAppModel::create(AppSurroundings surroundings) {
+std::shared_ptr<DesktopAppModel> DesktopAppModel::create(AppSurroundings surroundings, UserSurroundings user) {
     PublicConfig config = PublicConfigLoader::load();
-    std::shared_ptr<DesktopAppModel> model(new DesktopAppModel(surroundings, std::move(config)));
+    std::shared_ptr<DesktopAppModel> model(new DesktopAppModel(surroundings, std::move(user), std::move(config)));
     model->wireHandlers();
     return model;
 }
 
-DesktopAppModel::DesktopAppModel(AppSurroundings surroundings, PublicConfig config)
-    : surroundings_(surroundings), config_(std::move(config)), homeFolder_(platform::homeFolder()), rootFolder_("/"),
+DesktopAppModel::DesktopAppModel(AppSurroundings surroundings, UserSurroundings user, PublicConfig config)
+    : surroundings_(surroundings), user_(std::move(user)), config_(std::move(config)),
+      homeFolder_(platform::homeFolder()), rootFolder_("/"),
       collaborators_(std::make_shared<Collaborators>(config_, surroundings_)) {}
 
 // Runs beside everything else: lines that the engine logs before it has got its handler are lost.

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "model/Collaborators.h"
+#include "model/FolderSelectionConfirmation.h"
 #include "model/Observable.h"
+#include "model/UserSurroundings.h"
 #include "platform/async/Spawn.h"
 #include "state/records/FailedUploadItem.h"
 #include "state/records/IndexingProgressSnapshot.h"
@@ -32,11 +34,14 @@ namespace veskline {
 // it weakly, and the last owner lets it go on the main thread.
 class DesktopAppModel : public std::enable_shared_from_this<DesktopAppModel> {
 public:
+    using FolderSelectionConfirmation = veskline::FolderSelectionConfirmation;
+
     static constexpr std::size_t mostLogLines = 300;
 
     // Loads the public configuration, then builds the collaborators. Throws what either throws, in words for the user;
     // without a configuration no store is opened and no request made.
-    [[nodiscard]] static std::shared_ptr<DesktopAppModel> create(AppSurroundings surroundings);
+    [[nodiscard]] static std::shared_ptr<DesktopAppModel> create(AppSurroundings surroundings,
+                                                                 UserSurroundings user = {});
 
     DesktopAppModel(const DesktopAppModel&) = delete;
     DesktopAppModel& operator=(const DesktopAppModel&) = delete;
@@ -62,6 +67,9 @@ public:
     [[nodiscard]] const std::vector<FailedUploadItem>& failedUploads() const { return failedUploads_(); }
     [[nodiscard]] std::int64_t unsupportedFilesCount() const { return unsupportedFilesCount_(); }
     [[nodiscard]] const IndexingProgressSnapshot& indexingProgress() const { return indexingProgress_(); }
+    [[nodiscard]] const std::optional<FolderSelectionConfirmation>& pendingFolderSelectionConfirmation() const {
+        return pendingFolderSelectionConfirmation_();
+    }
     [[nodiscard]] const PublicConfig& config() const { return config_; }
     // Standing for all folders and for all files in a selection. Fixed for the life of the process.
     [[nodiscard]] const std::string& homeFolder() const { return homeFolder_; }
@@ -84,8 +92,20 @@ public:
     // Folders, mode, e-mail and log survive it.
     async::Task<> signOut();
 
+    // The selection of folders: kept here alone until a start hands it on, so a running sync goes on with its own.
+    // Asks the user for a folder to add; while that dialog is open, another call does nothing.
+    void addFolder();
+    void chooseHomeFolder();
+    void chooseRootFolder();
+    void clearFolders();
+    // What would throw a selection away waits for one of these; a new request replaces the one that waits.
+    void confirmPendingFolderSelection();
+    void cancelPendingFolderSelection();
+
 private:
-    DesktopAppModel(AppSurroundings surroundings, PublicConfig config);
+    struct FolderDialog {}; // an open one, held by whoever will answer it
+
+    DesktopAppModel(AppSurroundings surroundings, UserSurroundings user, PublicConfig config);
 
     // DesktopAppModel.cpp
     void wireHandlers();
@@ -95,7 +115,14 @@ private:
     async::Task<> leaveSession();
     void resetHostedFields();
 
+    // DesktopAppModelFolders.cpp
+    void addPickedFolder(std::string path);
+    [[nodiscard]] bool isOnlyFolder(const std::string& path) const;
+    void replaceFolders(FolderSelectionConfirmation selection);
+    void applyFolderSelection(FolderSelectionConfirmation selection);
+
     AppSurroundings surroundings_;
+    UserSurroundings user_;
     const PublicConfig config_;
     std::string homeFolder_;
     std::string rootFolder_;
@@ -118,7 +145,10 @@ private:
     Observable<std::int64_t> unsupportedFilesCount_{observers_, ModelField::unsupportedFilesCount, 0};
     Observable<IndexingProgressSnapshot> indexingProgress_{observers_, ModelField::indexingProgress,
                                                            IndexingProgressSnapshot::idle};
+    Observable<std::optional<FolderSelectionConfirmation>> pendingFolderSelectionConfirmation_{
+        observers_, ModelField::pendingFolderSelectionConfirmation};
 
+    std::weak_ptr<FolderDialog> openFolderDialog_;
     // How often a stop was asked for: a start that finds it changed has been overtaken.
     std::uint64_t stopsAsked_ = 0;
     async::TaskHandle wiring_; // ends by itself, and holds no model

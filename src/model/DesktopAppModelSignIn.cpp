@@ -88,6 +88,7 @@ async::Task<> DesktopAppModel::signOut() {
     currentUser_.set(std::nullopt);
     isRunning_.set(false);
     resetHostedFields();
+    pendingFolderSelectionConfirmation_.set(std::nullopt);
     authStatus_.set("Signed out");
     syncStatus_.set("");
 }
