@@ -3,6 +3,7 @@
 #include "model/Collaborators.h"
 #include "model/FolderSelectionConfirmation.h"
 #include "model/Observable.h"
+#include "model/StatusPill.h"
 #include "model/UserSurroundings.h"
 #include "platform/async/Spawn.h"
 #include "state/records/FailedUploadItem.h"
@@ -101,6 +102,26 @@ public:
     // What would throw a selection away waits for one of these; a new request replaces the one that waits.
     void confirmPendingFolderSelection();
     void cancelPendingFolderSelection();
+
+    // The words of the screens, derived from the fields (and the clock) at each call. "--" stands for what is unknown.
+    [[nodiscard]] std::string userLabel() const;
+    [[nodiscard]] StatusPillPresentation runPresentation() const;
+    [[nodiscard]] StatusPillPresentation ingestPresentation() const;
+    [[nodiscard]] std::string syncStatusLine() const;
+    [[nodiscard]] static std::string supportedTypesText();
+    // Absent where nothing was skipped.
+    [[nodiscard]] std::optional<std::string> unsupportedIndicatorText() const;
+    [[nodiscard]] std::string ingestQueuedText() const;
+    [[nodiscard]] std::string ingestRunningText() const;
+    [[nodiscard]] std::string ingestErrorsText() const;
+    [[nodiscard]] std::string ingestLastText() const;
+    [[nodiscard]] std::string indexRemainingText() const { return indexRemainingText(indexingProgress_()); }
+    [[nodiscard]] static std::string indexRemainingText(const IndexingProgressSnapshot& progress);
+    [[nodiscard]] std::string indexEtaText() const;
+    [[nodiscard]] static std::string indexEtaText(const IndexingProgressSnapshot& progress, Time now);
+    [[nodiscard]] std::string folderLabel(const std::string& path) const;
+    // Rounded up to whole seconds: "59s", "1m 0s", "2h 2m".
+    [[nodiscard]] static std::string formatDuration(double seconds);
 
 private:
     struct FolderDialog {}; // an open one, held by whoever will answer it
