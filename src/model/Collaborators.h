@@ -19,7 +19,7 @@ struct AppSurroundings {
     async::Executor pool; // what the stores, the client and the coordinator run on
     async::Clock clock;
     platform::HttpTransport urlSession;
-    SyncCoordinator::WatchFolders watchFolders;
+    SyncCoordinator::WatchFolders watchFolders;    // the system's change events where there is none
     const std::atomic<bool>* isQuitting = nullptr; // set for good when the process is about to end
 };
 
@@ -27,15 +27,7 @@ struct AppSurroundings {
 // runs on them: whoever starts one holds them too.
 struct Collaborators {
     // Throws DatabaseError where the state database can't be opened; nothing else fails.
-    Collaborators(const PublicConfig& config, const AppSurroundings& surroundings)
-        : sessionStore(surroundings.pool), database(surroundings.pool), retryQueue(surroundings.pool),
-          client(config, sessionStore, surroundings.urlSession, surroundings.pool),
-          syncCoordinator(config, client, database, retryQueue, sessionStore,
-                          SyncCoordinator::Surroundings{.pool = surroundings.pool,
-                                                        .main = surroundings.main,
-                                                        .clock = surroundings.clock,
-                                                        .watchFolders = surroundings.watchFolders,
-                                                        .isQuitting = surroundings.isQuitting}) {}
+    Collaborators(const PublicConfig& config, const AppSurroundings& surroundings);
     Collaborators(const Collaborators&) = delete;
     Collaborators& operator=(const Collaborators&) = delete;
 

@@ -38,6 +38,10 @@ DesktopAppModel::DesktopAppModel(AppSurroundings surroundings, UserSurroundings 
       homeFolder_(platform::homeFolder()), rootFolder_("/"),
       collaborators_(std::make_shared<Collaborators>(config_, surroundings_)) {}
 
+DesktopAppModel::~DesktopAppModel() {
+    cancelStatusRefresh();
+}
+
 // Runs beside everything else: lines that the engine logs before it has got its handler are lost.
 void DesktopAppModel::wireHandlers() {
     const async::Executor main = surroundings_.main;

@@ -44,6 +44,7 @@ public:
     [[nodiscard]] static std::shared_ptr<DesktopAppModel> create(AppSurroundings surroundings,
                                                                  UserSurroundings user = {});
 
+    ~DesktopAppModel();
     DesktopAppModel(const DesktopAppModel&) = delete;
     DesktopAppModel& operator=(const DesktopAppModel&) = delete;
 
@@ -103,6 +104,20 @@ public:
     void confirmPendingFolderSelection();
     void cancelPendingFolderSelection();
 
+    // Starts the sync of `folders` at `mode`; ends when the initial scan is over. Until then `isRunning` is false and
+    // `syncStatus` empty. A start that a stop has overtaken says nothing of running.
+    async::Task<> startSync();
+    async::Task<> stopSync();
+
+    // Puts the failed jobs of the hosted side back into its queue.
+    async::Task<> retryFailedUploads();
+
+    // Reads the hosted status once more. That happens by itself every 60 s while a user is signed in.
+    async::Task<> refreshStatus();
+
+    // In the user's browser, fire and forget.
+    void openDashboard();
+
     // The words of the screens, derived from the fields (and the clock) at each call. "--" stands for what is unknown.
     [[nodiscard]] std::string userLabel() const;
     [[nodiscard]] StatusPillPresentation runPresentation() const;
@@ -142,6 +157,12 @@ private:
     void replaceFolders(FolderSelectionConfirmation selection);
     void applyFolderSelection(FolderSelectionConfirmation selection);
 
+    // DesktopAppModelSyncControl.cpp
+    async::Task<> refreshRemoteState();
+    void restartRemoteStatusPollingIfNeeded();
+    void cancelStatusRefresh();
+    async::Task<> pollRemoteStatus();
+
     AppSurroundings surroundings_;
     UserSurroundings user_;
     const PublicConfig config_;
@@ -172,7 +193,8 @@ private:
     std::weak_ptr<FolderDialog> openFolderDialog_;
     // How often a stop was asked for: a start that finds it changed has been overtaken.
     std::uint64_t stopsAsked_ = 0;
-    async::TaskHandle wiring_; // ends by itself, and holds no model
+    async::TaskHandle wiring_;            // ends by itself, and holds no model
+    async::TaskHandle statusRefreshTask_; // the polling, while a user is signed in
 };
 static_assert(async::Actor<DesktopAppModel>);
 

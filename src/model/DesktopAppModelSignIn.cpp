@@ -20,6 +20,8 @@ async::Task<> DesktopAppModel::bootstrap() {
     if (snapshot.autoStart && !snapshot.folders.empty() && snapshot.user) {
         co_await autoStart(snapshot.folders, snapshot.mode);
     }
+    co_await refreshRemoteState();
+    restartRemoteStatusPollingIfNeeded();
 }
 
 // Returns when the initial scan is over. A start that a stop has overtaken says nothing of running.
@@ -43,6 +45,8 @@ async::Task<> DesktopAppModel::login() {
         currentUser_.set(session.user);
         authStatus_.set("Signed in");
         appendLog("Logged in as " + AuthFlowResolver::userLogLabel(session.user));
+        co_await refreshRemoteState();
+        restartRemoteStatusPollingIfNeeded();
         password_.set("");
     } catch (const std::exception& error) {
         authStatus_.set(platform::describe(error));
@@ -66,6 +70,9 @@ async::Task<> DesktopAppModel::signup() {
     }
     if (resolution.clearPersistedSession) {
         co_await leaveSession();
+    } else {
+        co_await refreshRemoteState();
+        restartRemoteStatusPollingIfNeeded();
     }
     if (resolution.clearPassword) {
         password_.set("");
@@ -80,10 +87,12 @@ async::Task<> DesktopAppModel::leaveSession() {
     isRunning_.set(false);
     resetHostedFields();
     syncStatus_.set("");
+    cancelStatusRefresh();
 }
 
 async::Task<> DesktopAppModel::signOut() {
     ++stopsAsked_;
+    cancelStatusRefresh();
     co_await collaborators_->syncCoordinator.signOut();
     currentUser_.set(std::nullopt);
     isRunning_.set(false);

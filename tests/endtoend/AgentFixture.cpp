@@ -41,8 +41,10 @@ AgentFixture::AgentFixture() : root(folder.makeFolder("documents")), project(opt
     }
 }
 
-void AgentFixture::setUp(const std::string& mode) {
-    Program setup("veskline-demo-setup", {mode, root}, environment);
+void AgentFixture::setUp(const std::string& mode, std::vector<std::string> roots) {
+    std::vector<std::string> arguments = roots.empty() ? std::vector{root} : std::move(roots);
+    arguments.insert(arguments.begin(), mode);
+    Program setup("veskline-demo-setup", arguments, environment);
     ASSERT_EQ(setup.wait(), 0);
     project.journal().clear();
 }

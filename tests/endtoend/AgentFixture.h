@@ -22,8 +22,8 @@ protected:
     std::string write(std::string_view name, std::string_view content) {
         return folder.write("documents/" + std::string(name), content);
     }
-    // Signs in and stores the folder, as a user would in the window.
-    void setUp(const std::string& mode = "ultra");
+    // Signs in and stores the folders, as a user would in the window.
+    void setUp(const std::string& mode = "ultra", std::vector<std::string> roots = {});
     [[nodiscard]] std::unique_ptr<Program> startAgent();
     // A start, up to the end of the initial scan, and a clean end; the summary line that it logged.
     std::string syncOnce();

@@ -60,5 +60,6 @@ TEST_F(DesktopAppModelTest, ReceivesWhatTheEngineReportsAndLetsItGoWhenItIsGone)
     EXPECT_EQ(model->unsupportedFilesCount(), 1);
     EXPECT_EQ(model->indexingProgress().scannedFiles, 1);
     EXPECT_EQ(std::ranges::count(model->logLines(), "Summary: uploaded 1, skipped 0, deleted 0, failed 0."), 1);
+    run(&DesktopAppModel::signOut);
     EXPECT_EQ(model.use_count(), 1) << "nothing that has ended holds it";
 }

@@ -14,6 +14,29 @@ namespace {
 
 constexpr Time now{std::chrono::seconds(1'700'000'000)};
 
+// A service with five waiting jobs, of which the oldest came 599 seconds before the tests' time.
+platform::HttpResponse answerTo(const std::string& url) {
+    platform::HttpResponse response;
+    response.status = 200;
+    response.body = "[]";
+    if (url.ends_with("/auth/v1/user")) {
+        response.body = R"({"id":"ann"})";
+    } else if (url.contains("select=created_at")) {
+        response.body = R"([{"created_at":"2023-11-14T22:03:21Z"}])";
+    } else if (url.contains("select=ingested_at")) {
+        response.body = R"([{"ingested_at":"2023-11-14T21:07:00Z"}])";
+    } else if (url.contains("status=eq.queued")) {
+        response.headers.push_back({"Content-Range", "0-0/5"});
+    }
+    return response;
+}
+
+const platform::HttpTransport::Operations waitingQueue{
+    .start = [](void*,
+                platform::PendingExchange& exchange) noexcept { exchange.succeed(answerTo(exchange.request.url)); },
+    .abort = [](void*, platform::PendingExchange&) noexcept {},
+};
+
 class StatusTexts : public veskline::testing::ModelFixture {};
 
 } // namespace
@@ -137,5 +160,23 @@ TEST_F(StatusTexts, SpeakOfARunningSync) {
     EXPECT_EQ(model->unsupportedIndicatorText(), "Unsupported file types skipped: 1. See Activity for details.");
     EXPECT_EQ(model->indexRemainingText(), "0 of 1");
     EXPECT_EQ(model->indexEtaText(), "Done");
+    run(&DesktopAppModel::signOut);
+}
+
+TEST_F(StatusTexts, TurnAStalledQueueIntoAWarningAsTimePasses) {
+    const veskline::testing::EnvironmentVariable locale("LC_ALL", "en_GB.UTF-8");
+    const veskline::testing::EnvironmentVariable zone("TZ", "UTC");
+    project.signIn("ann");
+    storeSession();
+    AppSurroundings stalled = surroundings();
+    stalled.urlSession = {waitingQueue, nullptr};
+    model = DesktopAppModel::create(stalled);
+    run(&DesktopAppModel::bootstrap);
+    EXPECT_EQ(model->userLabel(), "ann") << "no address is known";
+    EXPECT_EQ(model->ingestQueuedText() + model->ingestRunningText() + model->ingestErrorsText(), "500");
+    EXPECT_EQ(model->ingestLastText(), "14 Nov 2023, 21:07");
+    EXPECT_EQ(model->ingestPresentation().text, "Ingestion: Active (5 queued)");
+    thread.advance(1s);
+    EXPECT_EQ(model->ingestPresentation().text, "Ingestion: Worker not running (5 queued, 10m)");
     run(&DesktopAppModel::signOut);
 }
