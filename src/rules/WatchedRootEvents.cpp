@@ -38,20 +38,22 @@ void WatchedRoot::take(const WatchEvent& event) {
         return takeEnd(event);
     }
     std::optional<std::string> path = tree_.path(event.watch, event.name);
+    if ((event.mask & IN_MOVE_SELF) != 0) {
+        takeMove(event.watch);
+    }
     if (!path) {
         return; // of a watch that has gone, or of a folder that has left the tree
     }
     surroundings_.report(std::move(*path));
-    if ((event.mask & IN_MOVE_SELF) != 0) {
-        takeMove(event.watch);
-    } else if ((event.mask & IN_ISDIR) != 0 && (event.mask & appearances) != 0 && isWanted(event.name)) {
+    if ((event.mask & IN_ISDIR) != 0 && (event.mask & appearances) != 0 && isWanted(event.name)) {
         addVisit({.parent = event.watch, .name = std::string(event.name), .report = Report::everything});
     }
 }
 
-// Of a folder that was moved, or of one that was found in its new place before this event was read.
+// Of a folder that was moved, perhaps together with one that has left the tree; or of one that was found in its new
+// place before this event was read.
 void WatchedRoot::takeMove(Watch watch) {
-    if (openKnown(watch).isOpen()) {
+    if (!tree_.contains(watch) || (tree_.isAttached(watch) && openKnown(watch).isOpen())) {
         return;
     }
     if (watch == tree_.root()) {

@@ -1,0 +1,363 @@
+#include "WatchedRootFixture.h"
+#include "support/Unprivileged.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <functional>
+#include <random>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace veskline {
+
+// --- Changes under a watch that stands ---
+
+TEST_F(WatchedRootTest, TellsEachKindOfChange) {
+    struct Row {
+        std::string_view name;
+        std::function<void()> change;
+        Told told;
+    };
+    const std::vector<Row> rows{
+        {"a new file", [&] { write("new.txt"); }, {"new.txt"}},
+        {"new content", [&] { write("docs/a.txt", "more"); }, {"docs/a.txt"}},
+        {"a touch", [&] { fs::last_write_time(in("docs/a.txt"), {}); }, {"docs/a.txt"}},
+        {"new permissions", [&] { ::chmod(in("docs").c_str(), 0700); }, {"docs"}},
+        {"a rename", [&] { fs::rename(in("docs/a.txt"), in("b.txt")); }, {"docs/a.txt", "b.txt"}},
+        {"a deletion", [&] { fs::remove(in("b.txt")); }, {"b.txt"}},
+        {"an editor's save",
+         [&] {
+             write("new.txt~", "edited");
+             fs::rename(in("new.txt~"), in("new.txt"));
+         },
+         {"new.txt~", "new.txt"}},
+        {"a file written through a mapping",
+         [&] {
+             const int file = ::open(in("new.txt").c_str(), O_RDWR);
+             void* const page = ::mmap(nullptr, 6, PROT_WRITE, MAP_SHARED, file, 0);
+             *static_cast<char*>(page) = 'E';
+             ::munmap(page, 6);
+             ::close(file);
+         },
+         {"new.txt"}},
+        {"a file that is read", [&] { EXPECT_EQ(folder_.read("watched/new.txt"), "Edited"); }, {}},
+        {"a folder made and filled at once",
+         [&] { write("made/deep/deeper/x.txt"); },
+         {"made", "made/deep", "made/deep/deeper", "made/deep/deeper/x.txt"}},
+        {"a folder moved in with all it holds",
+         [&] { fs::rename(outside("full"), in("full")); },
+         {"full", "full/deep", "full/deep/y.txt"}},
+        {"a file in it", [&] { write("full/deep/y.txt", "more"); }, {"full/deep/y.txt"}},
+        {"a folder moved within",
+         [&] { fs::rename(in("full"), in("docs/kept")); },
+         {"full", "docs/kept", "docs/kept/deep", "docs/kept/deep/y.txt"}},
+        {"a file below it", [&] { write("docs/kept/deep/z.txt"); }, {"docs/kept/deep/z.txt"}},
+        {"a folder moved out", [&] { fs::rename(in("docs/kept"), outside("kept")); }, {"docs/kept"}},
+        {"a file below it", [&] { folder_.write("outside/kept/deep/z.txt", "more"); }, {}},
+        {"a hidden folder", [&] { write(".git/index"); }, {".git"}},
+        {"a file in an excluded folder", [&] { write("node_modules/m/x.txt"); }, {"node_modules"}},
+        {"a folder that becomes hidden", [&] { fs::rename(in("made"), in(".made")); }, {"made", ".made"}},
+        {"a file below it", [&] { write(".made/deep/deeper/x.txt", "more"); }, {}},
+        {"a link to a folder", [&] { fs::create_directory_symlink(outside(""), in("link")); }, {"link"}},
+        {"a file behind it", [&] { folder_.write("outside/x.txt", ""); }, {}},
+        {"a folder that the agent writes itself", [&] { write("own state/queue.json"); }, {"own state"}},
+        {"a file in it", [&] { write("own state/queue.json", "more"); }, {}},
+    };
+    write("docs/a.txt");
+    folder_.write("outside/full/deep/y.txt", "");
+    start();
+    for (const Row& row : rows) {
+        row.change();
+        EXPECT_EQ(told(), row.told) << row.name;
+    }
+}
+
+TEST_F(WatchedRootTest, FollowsATreeHoweverDeepAndWide) {
+    start();
+    std::string deep;
+    for (int level = 0; level < 200; ++level) {
+        deep += "level " + std::to_string(level) + "/";
+    }
+    write(deep + "a.txt");
+    Told unpacked;
+    for (int i = 0; i < 2000; ++i) {
+        const std::string name = "wide/" + std::to_string(i % 100) + "/" + std::to_string(i) + ".txt";
+        write(name);
+        unpacked.insert(name);
+    }
+    const Told found = told();
+    EXPECT_TRUE(found.contains(deep + "a.txt"));
+    EXPECT_TRUE(std::ranges::includes(found, unpacked));
+    EXPECT_EQ(root_->watchedFolders(), 1U + 200 + 101);
+    write(deep + "b.txt");
+    EXPECT_EQ(told(), Told{deep + "b.txt"});
+    fs::rename(in("wide"), outside("wide"));
+    EXPECT_EQ(told(), Told{"wide"});
+    EXPECT_EQ(root_->watchedFolders(), 1U + 200);
+}
+
+TEST_F(WatchedRootTest, FindsAFolderThatBecomesReadable) {
+    write("shut/a.txt");
+    const testing::Unprivileged user(folder_.path());
+    ::chmod(in("shut").c_str(), 0);
+    start();
+    ::chmod(in("shut").c_str(), 0700);
+    EXPECT_EQ(told(), (Told{"shut", "shut/a.txt"}));
+    write("shut/a.txt", "more");
+    EXPECT_EQ(told(), Told{"shut/a.txt"});
+}
+
+// Folders are made, moved, swapped and removed at random while the watch is at any point of its work. In the end every
+// folder has its one watch, and a change in any of them is told under its own path.
+TEST_F(WatchedRootTest, KeepsUpWithAnyOrderOfMoves) {
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        std::mt19937 random(seed);
+        folder_.makeFolder("watched/a/b");
+        start();
+        const auto pick = [&] { // a folder in or out of the tree, the two roots themselves too
+            std::vector<fs::path> all{in(""), outside("")};
+            for (const auto& entry : fs::recursive_directory_iterator(folder_.path())) {
+                all.push_back(entry.path());
+            }
+            return all[random() % all.size()];
+        };
+        const std::array<std::string_view, 4> names{"a", "b", "c", ".hidden"};
+        for (int step = 0; step < 60; ++step) {
+            std::error_code refused; // a folder into itself, a full one over another
+            const fs::path from = pick();
+            const fs::path to = pick() / names[random() % names.size()];
+            switch (random() % 5) {
+            case 0:
+            case 1:
+                fs::create_directory(to, refused);
+                break;
+            case 2:
+                fs::rename(from, to, refused);
+                break;
+            case 3:
+                ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_EXCHANGE);
+                break;
+            default:
+                fs::remove(from, refused);
+            }
+            fs::create_directory(in(""), refused);
+            fs::create_directory(outside(""), refused);
+            for (auto steps = random() % 4; steps > 0; --steps) {
+                random() % 2 == 0 ? root_->work() : static_cast<void>(root_->readEvents());
+            }
+        }
+        static_cast<void>(told());
+        static_cast<void>(toldByLook()); // the root itself may have been replaced
+        std::size_t folders = 1;
+        for (auto entry = fs::recursive_directory_iterator(in("")); entry != fs::end(entry); ++entry) {
+            const std::string name = entry->path().string().substr(in("").size());
+            if (entry->path().filename().string().starts_with('.')) {
+                entry.disable_recursion_pending();
+                continue;
+            }
+            ++folders;
+            ::chmod(entry->path().c_str(), 0755);
+            EXPECT_EQ(told(), Told{name}) << "seed " << seed;
+        }
+        EXPECT_EQ(root_->watchedFolders(), folders) << "seed " << seed;
+        fs::remove_all(in(""));
+        fs::remove_all(outside(""));
+        folder_.makeFolder("watched");
+        folder_.makeFolder("outside");
+    }
+}
+
+// --- The time until the watch stands ---
+
+TEST_F(WatchedRootTest, TellsWhatChangesWhileItIsSetUp) {
+    for (int i = 0; i < 3; ++i) {
+        const std::string name = std::to_string(i);
+        write(name + "/old.txt");
+        write(name + "/changed.txt");
+        write(name + "/gone.txt");
+        write(name + "/moved/a.txt");
+    }
+    write("quiet/old.txt");
+    bool isLate = false;
+    calls_->watch = [&, real = calls_->watch](int instance, int folder) {
+        const fs::path path = fs::read_symlink("/proc/self/fd/" + std::to_string(folder));
+        const auto change = [&] {
+            folder_.write((path / "changed.txt").lexically_relative(folder_.path()).string(), "more");
+            fs::remove(path / "gone.txt");
+            fs::rename(path / "moved", path / "here");
+        };
+        const bool isMeant = fs::exists(path / "gone.txt");
+        if (isMeant && !isLate) {
+            change();
+        }
+        const int watch = real(instance, folder);
+        if (isMeant && isLate) {
+            change();
+        }
+        isLate = isMeant ? !isLate : isLate;
+        return watch;
+    };
+    begin();
+    Told found = told();
+    for (int i = 0; i < 3; ++i) {
+        const std::string name = std::to_string(i);
+        EXPECT_TRUE(found.contains(name) || found.contains(name + "/gone.txt"));
+        EXPECT_TRUE(found.contains(name + "/changed.txt"));
+        EXPECT_FALSE(found.contains(name + "/old.txt"));
+        write(name + "/here/a.txt", "more");
+    }
+    EXPECT_FALSE(found.contains("quiet") || found.contains("quiet/old.txt"));
+    EXPECT_EQ(told(), (Told{"0/here/a.txt", "1/here/a.txt", "2/here/a.txt"}));
+}
+
+TEST_F(WatchedRootTest, TellsNothingOfWhatChangedBefore) {
+    write("a/b.txt");
+    begin();
+    EXPECT_EQ(told(), Told{});
+}
+
+// --- What the system loses or refuses ---
+
+TEST_F(WatchedRootTest, NamesItselfWhereTheQueueOverflows) {
+    start();
+    for (int i = 0; i < 9000; ++i) { // two events each, no two alike in a row
+        fs::create_directory(in("x"));
+        fs::remove(in("x"));
+    }
+    write("made/in/the/storm.txt");
+    EXPECT_TRUE(told().contains("."));
+    write("made/in/the/storm.txt", "more");
+    EXPECT_EQ(told(), Told{"made/in/the/storm.txt"});
+}
+
+TEST_F(WatchedRootTest, LooksAtFoldersThatGetNoWatch) {
+    struct Row {
+        std::string_view name;
+        int watches;
+        int error;
+        int instanceError;
+    };
+    for (const Row& row : {Row{"the limit of watches", 2, ENOSPC, 0}, Row{"no memory", 2, ENOMEM, 0},
+                           Row{"not one watch", 0, ENOSPC, 0}, Row{"the limit of instances", 0, 0, EMFILE}}) {
+        SCOPED_TRACE(row.name);
+        const WatchCalls real = WatchCalls::kernel();
+        bool isRefused = true;
+        calls_->createInstance = [&] {
+            errno = row.instanceError;
+            return isRefused && row.instanceError != 0 ? -1 : real.createInstance();
+        };
+        calls_->watch = [&, granted = std::set<ino_t>()](int instance, int folder) mutable {
+            struct stat found{};
+            ::fstat(folder, &found);
+            if (isRefused && !granted.contains(found.st_ino) && std::ssize(granted) >= row.watches) {
+                errno = row.error;
+                return -1;
+            }
+            granted.insert(found.st_ino);
+            return real.watch(instance, folder);
+        };
+        for (int i = 0; i < 4; ++i) {
+            write(std::to_string(i) + "/deep/a.txt");
+        }
+        begin();
+        EXPECT_EQ(told(), Told{"."});
+        // Without a word while nothing changes, apart from what the clock cannot tell from the time of the look before.
+        static_cast<void>(toldByLook());
+        EXPECT_EQ(toldByLook(), Told{});
+        Told changed;
+        for (int i = 0; i < 4; ++i) {
+            const std::string name = std::to_string(i) + "/deep/a.txt";
+            write(name, "more");
+            changed.insert(name);
+        }
+        const Told before = told();
+        EXPECT_LT(before.size(), 4U);
+        Told found = toldByLook();
+        found.insert(before.begin(), before.end());
+        EXPECT_TRUE(std::ranges::includes(found, changed));
+        isRefused = false;
+        static_cast<void>(toldByLook());
+        EXPECT_EQ(root_->watchedFolders(), 9U);
+        write("3/deep/a.txt", "most");
+        EXPECT_EQ(told(), Told{"3/deep/a.txt"});
+    }
+}
+
+TEST_F(WatchedRootTest, ComesBackToAFolderThatCannotBeRead) {
+    write("a/deep/x.txt");
+    bool isBroken = true;
+    calls_->list = [&, real = calls_->list, calls = 0](int folder, std::span<std::byte> buffer) mutable -> ssize_t {
+        if (isBroken && ++calls == 4) { // the second of "a"
+            errno = EIO;
+            return -1;
+        }
+        return real(folder, buffer);
+    };
+    start();
+    isBroken = false;
+    EXPECT_EQ(toldByLook(), (Told{"a", "a/deep", "a/deep/x.txt"}));
+    write("a/deep/x.txt", "more");
+    EXPECT_EQ(told(), Told{"a/deep/x.txt"});
+}
+
+TEST_F(WatchedRootTest, StartsAnewWhereEventsCannotBeRead) {
+    const auto real = calls_->read;
+    start();
+    for (const ssize_t result : {-1, 0, 7}) { // a failure, an end, half an event
+        calls_->read = [&](int, std::span<std::byte>) {
+            calls_->read = real;
+            errno = EIO;
+            return result;
+        };
+        EXPECT_EQ(told(), Told{"."});
+        write("a.txt", std::to_string(result));
+        EXPECT_EQ(told(), Told{"a.txt"});
+    }
+}
+
+// --- The root itself ---
+
+TEST_F(WatchedRootTest, FindsARootThatComesAndGoes) {
+    fs::remove(in(""));
+    start();
+    EXPECT_EQ(toldByLook(), Told{});
+    write("a.txt");
+    EXPECT_EQ(toldByLook(), Told({".", "a.txt"}));
+    fs::remove_all(in(""));
+    EXPECT_EQ(told(), Told({".", "a.txt"}));
+    EXPECT_EQ(toldByLook(), Told{});
+    fs::rename(outside(""), in(""));
+    EXPECT_EQ(toldByLook(), Told{"."});
+    write("b.txt");
+    EXPECT_EQ(told(), Told{"b.txt"});
+    EXPECT_EQ(toldByLook(), Told{});
+}
+
+TEST_F(WatchedRootTest, FindsARootThatWasReplaced) {
+    start();
+    fs::rename(in(""), folder_.at("elsewhere"));
+    fs::rename(outside(""), in(""));
+    EXPECT_EQ(told(), Told{"."});
+    write("a.txt");
+    EXPECT_EQ(told(), Told{"a.txt"});
+}
+
+TEST_F(WatchedRootTest, FollowsARootThatIsALink) {
+    folder_.write("outside/one/deep/a.txt", "");
+    folder_.write("outside/two/a.txt", "");
+    fs::remove(in(""));
+    fs::create_directory_symlink(outside("one"), folder_.at("watched"));
+    start();
+    write("deep/a.txt", "more");
+    EXPECT_EQ(told(), Told{"deep/a.txt"});
+    fs::remove(folder_.at("watched"));
+    fs::create_directory_symlink(outside("two"), folder_.at("watched"));
+    EXPECT_EQ(toldByLook(), Told{"."});
+    write("a.txt", "more");
+    EXPECT_EQ(told(), Told{"a.txt"});
+}
+
+} // namespace veskline
