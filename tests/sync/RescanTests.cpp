@@ -3,6 +3,8 @@
 #include "support/OtherConnection.h"
 #include "sync/SyncFixture.h"
 
+#include <malloc.h>
+
 using namespace veskline;
 using namespace std::chrono_literals;
 using veskline::testing::InProcessProject;
@@ -157,4 +159,22 @@ TEST_F(Rescan, StopsAStreamThatWasStillBeingMadeWhenTheStopCame) {
     EXPECT_EQ(stream.stops, 1);
     EXPECT_EQ(lines.back(), "Sync stopped.");
     EXPECT_EQ(countLines("Watching "), 0U);
+}
+
+TEST_F(Rescan, KeepsNothingOfAScanThatIsOver) {
+    for (int i = 0; i < 500; ++i) {
+        write("d" + std::to_string(i % 10) + "/" + std::to_string(i) + ".txt", "x");
+    }
+    start();
+    const auto bytesAfter = [&](int rescans) {
+        for (int i = 0; i < rescans; ++i) {
+            report({root + "/d1"});
+            thread.advance(2s);
+        }
+        lines.clear();
+        lines.shrink_to_fit();
+        return ::mallinfo2().uordblks;
+    };
+    const std::size_t before = bytesAfter(3);
+    EXPECT_LE(bytesAfter(50), before + 4096);
 }
