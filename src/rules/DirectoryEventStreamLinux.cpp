@@ -196,16 +196,15 @@ void DirectoryEventStream::start() {
         return;
     }
     const StartMoment since = StartMoment::now();
-    auto stream = std::make_shared<Stream>();
+    stream_ = std::make_shared<Stream>();
     try {
         // Not joined: a folder on a dead network mount can hold the reader for minutes.
-        std::thread([stream, owner = this, roots = roots_, options = options_, since] {
+        std::thread([stream = stream_, owner = this, roots = roots_, options = options_, since] {
             ::pthread_setname_np(::pthread_self(), "file changes");
             Reader(stream, owner, roots, options).run(since);
         }).detach();
-        stream_ = std::move(stream);
     } catch (const std::system_error&) {
-        // No thread was to be had; without one no event comes.
+        stream_.reset(); // no thread was to be had; without one no event comes
     }
 }
 

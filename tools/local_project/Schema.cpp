@@ -134,6 +134,7 @@ const std::vector<Table>& hostedTables() {
 void createTables(Database& database) {
     for (const Table& table : hostedTables()) {
         std::vector<std::string> lines;
+        lines.reserve(table.columns.size() + table.uniqueKeys.size());
         for (const Column& column : table.columns) {
             lines.push_back(fmt::format("{} {} {}", column.name, storageOf(column.type), column.definition));
         }
