@@ -16,6 +16,8 @@ bench::Sample rescan(Arguments arguments);
 bench::Sample digest(Arguments arguments);
 bench::Sample sync(Arguments arguments);
 bench::Sample upload(Arguments arguments);
+bench::Sample watch(Arguments arguments);
+bench::Sample events(Arguments arguments);
 
 // Answers every request on a port of loopback, which it prints; on SIGTERM it prints what it saw, and ends.
 bench::Sample sink(Arguments arguments);

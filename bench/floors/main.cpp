@@ -7,6 +7,8 @@ int main(int argc, char** argv) {
                            {"digest", {{"SMALL", "LARGE"}, floors::digest}},
                            {"sync", {{"URL", "FOLDER", "STATE"}, floors::sync}},
                            {"upload", {{"URL", "SMALL", "LARGE", "STATE"}, floors::upload}},
+                           {"watch", {{"TREE", "FOLDERS"}, floors::watch}},
+                           {"events", {{"TREE", "FOLDERS", "CHANGES"}, floors::events}},
                            {"sink", {{}, floors::sink}}},
                           argc, argv);
 }

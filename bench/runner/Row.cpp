@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <fstream>
+
 namespace bench {
 
 namespace {
@@ -75,6 +78,48 @@ Row upload(const Sizes& sizes) {
     };
 }
 
+// How many the system lets each user have; a tenth is left to whatever else watches.
+std::int64_t watchLimit() {
+    std::int64_t limit = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_user_watches") >> limit;
+    return limit * 9 / 10;
+}
+
+Row watch(const Sizes& sizes) {
+    const std::int64_t folders = std::min(sizes.watchedFolders, watchLimit());
+    const std::string shortage =
+        folders < sizes.watchedFolders
+            ? fmt::format("; not {}, as fs.inotify.max_user_watches is too small for them", sizes.watchedFolders)
+            : "";
+    return {
+        .name = "watch",
+        .meaning =
+            fmt::format("the watch of {} folders with a file each, until the last one stands{}", folders, shortage),
+        .goal = {.wall = 1.3, .growthMiB = 80.0 * static_cast<double>(folders) / (1U << 20U)},
+        .prepare = [folders](const WorkFolder& data) -> Row::NextArguments {
+            return [tree = data.folders("watched", folders), folders](const std::string&) {
+                return Row::Arguments{tree, std::to_string(folders)};
+            };
+        },
+    };
+}
+
+// The process that makes them holds back where its watcher is late; a floor only counts the events.
+Row events(const Sizes& sizes) {
+    constexpr std::int64_t folders = 100;
+    return {
+        .name = "events",
+        .meaning = fmt::format("{} writes and renames in {} watched folders, until the last one is told", sizes.changes,
+                               folders),
+        .goal = {.wall = 1.3},
+        .prepare = [sizes](const WorkFolder& data) -> Row::NextArguments {
+            return [tree = data.folders("watched", folders), sizes](const std::string&) {
+                return Row::Arguments{tree, std::to_string(folders), std::to_string(sizes.changes)};
+            };
+        },
+    };
+}
+
 } // namespace
 
 std::vector<Row> allRows(const Sizes& sizes, const Programs& programs, const Interrupt& interrupt) {
@@ -83,7 +128,9 @@ std::vector<Row> allRows(const Sizes& sizes, const Programs& programs, const Int
             unchanged("rescan", sizes, programs, interrupt),
             digest(sizes),
             sync(sizes),
-            upload(sizes)};
+            upload(sizes),
+            watch(sizes),
+            events(sizes)};
 }
 
 } // namespace bench

@@ -17,6 +17,7 @@ namespace bench {
 namespace {
 
 constexpr std::int64_t filesPerFolder = 20;
+constexpr std::int64_t foldersPerFolder = 10;
 constexpr std::array<const char*, 7> extensions{"pdf", "docx", "txt", "md", "csv", "rtf", "epub"};
 
 [[noreturn]] void fail(const std::string& path) {
@@ -109,6 +110,20 @@ std::string WorkFolder::documents(const std::string& name, std::int64_t files, s
         NewFile(path + "/" + documentName(0, file)).write(text);
     }
     return path;
+}
+
+std::string WorkFolder::folders(const std::string& name, std::int64_t count) const {
+    std::vector<std::string> paths{emptyFolder(name)};
+    for (std::int64_t number = 0; number < count; ++number) {
+        interrupt_.check();
+        if (number > 0) {
+            const auto parent = static_cast<std::size_t>((number - 1) / foldersPerFolder);
+            paths.push_back(fmt::format("{}/Folder {:05}", paths[parent], number));
+            std::filesystem::create_directory(paths.back());
+        }
+        NewFile(paths.back() + "/" + documentName(number, 0)).setSize(100);
+    }
+    return paths.front();
 }
 
 std::string WorkFolder::file(const std::string& name, std::int64_t bytes) const {

@@ -25,6 +25,9 @@ public:
     // One folder of documents of `bytes`, no two alike.
     [[nodiscard]] std::string documents(const std::string& name, std::int64_t files, std::int64_t bytes) const;
 
+    // So many folders, the given one among them, ten in each as far as they go, and one document in each.
+    [[nodiscard]] std::string folders(const std::string& name, std::int64_t count) const;
+
     [[nodiscard]] std::string file(const std::string& name, std::int64_t bytes) const;
 
 private:

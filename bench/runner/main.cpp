@@ -16,11 +16,12 @@ namespace {
 
 using namespace bench;
 
-constexpr const char* usage = "./dev bench [--quick] [--rounds N] [--only NAME]... [--json]\n"
-                              "  --quick     a tenth of the work, three rounds\n"
-                              "  --rounds N  how often each program runs\n"
-                              "  --only NAME walk, start, rescan, digest, sync or upload; may be given more than once\n"
-                              "  --json      one JSON document instead of the table\n";
+constexpr const char* usage =
+    "./dev bench [--quick] [--rounds N] [--only NAME]... [--json]\n"
+    "  --quick     a tenth of the work, three rounds\n"
+    "  --rounds N  how often each program runs\n"
+    "  --only NAME walk, start, rescan, digest, sync, upload, watch or events; may be given more than once\n"
+    "  --json      one JSON document instead of the table\n";
 
 struct Options {
     Sizes sizes;

@@ -2,9 +2,13 @@
 #include "rules/FileRules.h"
 #include "work/Engine.h"
 #include "work/UploadedTree.h"
+#include "work/Watch.h"
 
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <tuple>
+#include <utility>
 
 // One kind of the agent's work, done once by its own classes in a process of its own. The arguments are those of the
 // floors.
@@ -71,6 +75,17 @@ Sample upload(Arguments arguments) {
     return stopwatch.stop(static_cast<std::int64_t>(std::filesystem::file_size(arguments[2])));
 }
 
+Sample watch(Arguments arguments) {
+    return Watch(arguments[0], std::stoll(arguments[1])).setUp();
+}
+
+Sample events(Arguments arguments) {
+    auto changes = std::make_shared<const Changes>(arguments[0], std::stoll(arguments[2]));
+    Watch watch(arguments[0], std::stoll(arguments[1]), std::move(changes));
+    std::ignore = watch.setUp();
+    return watch.takeChanges();
+}
+
 // No measurement: prepares the state folder that rescan is given.
 Sample remember(Arguments arguments) {
     keepStateIn(arguments[1]);
@@ -86,6 +101,8 @@ int main(int argc, char** argv) {
                     {"digest", {{"SMALL", "LARGE"}, digest}},
                     {"sync", {{"URL", "FOLDER", "STATE"}, sync}},
                     {"upload", {{"URL", "SMALL", "LARGE", "STATE"}, upload}},
+                    {"watch", {{"TREE", "FOLDERS"}, watch}},
+                    {"events", {{"TREE", "FOLDERS", "CHANGES"}, events}},
                     {"remember", {{"TREE", "STATE"}, remember}}},
                    argc, argv);
 }
