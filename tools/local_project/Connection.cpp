@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -19,7 +18,8 @@ constexpr std::string_view endOfHead = "\r\n\r\n";
 } // namespace
 
 bool Connection::receive() {
-    std::memmove(buffer_.data(), buffer_.data() + position_, end_ - position_);
+    const auto begin = buffer_.begin();
+    std::copy(begin + static_cast<std::ptrdiff_t>(position_), begin + static_cast<std::ptrdiff_t>(end_), begin);
     end_ -= position_;
     position_ = 0;
     if (end_ == buffer_.size()) {
