@@ -1,5 +1,3 @@
-#include "floors/Watches.h"
-
 #include "floors/Floors.h"
 #include "measure/Changes.h"
 
@@ -13,7 +11,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -27,7 +27,29 @@ constexpr std::uint32_t changes = IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB | IN_CR
 // Where few events come, more are let come together: to be woken for each costs more than to read them.
 constexpr auto gathering = std::chrono::milliseconds(5);
 
-} // namespace
+// The watches of a tree, by the least work: inotify_add_watch, openat and getdents64 for each folder, and one statx for
+// each file, for what changed before the watch stood shows nowhere else. Nothing is remembered.
+class Watches {
+public:
+    // Throws std::system_error where a watch is refused.
+    explicit Watches(const std::string& root);
+    ~Watches();
+    Watches(const Watches&) = delete;
+    Watches& operator=(const Watches&) = delete;
+
+    [[nodiscard]] int instance() const { return instance_; }
+
+    std::int64_t count = 0;
+
+private:
+    void add(int parent, const char* name, std::size_t pathLength);
+
+    static constexpr std::size_t bufferBytes = 65536;
+
+    char path_[8192];
+    std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(bufferBytes);
+    int instance_;
+};
 
 Watches::Watches(const std::string& root) : instance_(inotify_init1(IN_CLOEXEC)) {
     std::memcpy(path_, root.c_str(), root.size() + 1);
@@ -67,6 +89,8 @@ void Watches::add(int parent, const char* name, std::size_t pathLength) {
     }
     close(folder);
 }
+
+} // namespace
 
 bench::Sample watch(Arguments arguments) {
     const bench::Stopwatch stopwatch;

@@ -20,7 +20,10 @@ struct Verdict {
 };
 
 std::vector<Verdict> verdicts(const Goal& goal, const Comparison::Contender& agent) {
-    std::vector<Verdict> list{{"wall", goal.wall, agent.wallMilliseconds.ratio}};
+    std::vector<Verdict> list;
+    if (goal.wall) {
+        list.push_back({"wall", *goal.wall, agent.wallMilliseconds.ratio});
+    }
     if (goal.cpu) {
         list.push_back({"cpu", *goal.cpu, agent.cpuMilliseconds.ratio});
     }

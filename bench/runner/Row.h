@@ -32,9 +32,9 @@ struct Programs {
     std::string floor;
 };
 
-// What the agent may take: times what its floor takes.
+// What the agent may take: times what its floor takes. Where nothing was promised there is none.
 struct Goal {
-    double wall;
+    std::optional<double> wall = std::nullopt;
     std::optional<double> cpu = std::nullopt;
     std::optional<double> growthMiB = std::nullopt; // not a multiple
 };
