@@ -88,7 +88,7 @@ public:
           batch_(roots, options.latency) {
         const WatchedRoot::Surroundings surroundings{
             .calls = options.calls ? options.calls : kernelCalls(),
-            .report = [this](std::string path) { batch_.add(std::move(path), now_); },
+            .report = [this](std::string path) { batch_.add(std::move(path), Clock::now()); },
             .ignoredFolders = options.ignoredFolders,
             .isStopped = &stream_->isOver(),
         };

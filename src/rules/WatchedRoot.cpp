@@ -28,6 +28,11 @@ WatchedRoot::WatchedRoot(std::string path, Surroundings surroundings)
       calls_(*surroundings_.calls), buffer_(bufferBytes), tree_(path_) {}
 
 void WatchedRoot::begin(StartMoment since) {
+    lookedAt_ = since;
+    setUp(since);
+}
+
+void WatchedRoot::setUp(StartMoment since) {
     instance_ = OpenDescriptor();
     tree_ = WatchTree(path_);
     visits_.clear();
@@ -82,7 +87,7 @@ void WatchedRoot::look() {
     since_ = std::exchange(lookedAt_, StartMoment::now());
     std::vector<Visit> retries = std::exchange(retries_, {});
     if (std::ranges::any_of(retries, [](const Visit& visit) { return visit.parent == WatchTree::none; })) {
-        return begin(since_); // the root itself had no watch
+        return setUp(since_); // the root itself had no watch
     }
     std::ranges::for_each(retries, [this](Visit& visit) { addVisit(std::move(visit)); });
 }
@@ -95,8 +100,7 @@ void WatchedRoot::missChanges() {
 
 // What changed before the moment is found by the scan that the report brings, and what changed after it by the times.
 void WatchedRoot::restart() {
-    lookedAt_ = StartMoment::now();
-    begin(lookedAt_);
+    begin(StartMoment::now());
     if (rootIdentity_) {
         surroundings_.report(path_);
     }

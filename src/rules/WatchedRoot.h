@@ -87,6 +87,7 @@ private:
     static bool isStandIn(Watch watch) noexcept { return watch < WatchTree::none; }
 
     // WatchedRoot.cpp
+    void setUp(StartMoment since);
     void missChanges();
     void restart();
     void openPass();

@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace veskline {
 
@@ -37,13 +38,20 @@ protected:
         folder_.write("watched/" + std::string(name), content);
     }
 
-    // Sets the watch up after the clock of file times has moved, so that what is there already counts as old.
+    // Lets the clock of file times, which moves in steps, come past everything that was done so far: it counts as old
+    // for a watch that is set up then.
+    static void passTick() {
+        const auto read = [](clockid_t clock) {
+            struct timespec time{};
+            ::clock_gettime(clock, &time);
+            return std::pair(time.tv_sec, time.tv_nsec);
+        };
+        for (const auto now = read(CLOCK_REALTIME); read(CLOCK_REALTIME_COARSE) <= now;) {
+        }
+    }
+
     void begin() {
-        struct timespec first{}, now{};
-        ::clock_gettime(CLOCK_REALTIME_COARSE, &first);
-        do {
-            ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
-        } while (first.tv_sec == now.tv_sec && first.tv_nsec == now.tv_nsec);
+        passTick();
         root_.emplace(folder_.at("watched"), WatchedRoot::Surroundings{
                                                  .calls = calls_,
                                                  .report = [this](std::string path) { report(std::move(path)); },
@@ -69,6 +77,7 @@ protected:
     }
     // What a look tells that is made now.
     [[nodiscard]] Told toldByLook() {
+        passTick();
         root_->look();
         return told();
     }

@@ -264,9 +264,7 @@ TEST_F(WatchedRootTest, LooksAtFoldersThatGetNoWatch) {
         }
         begin();
         EXPECT_EQ(told(), Told{"."});
-        // Without a word while nothing changes, apart from what the clock cannot tell from the time of the look before.
-        static_cast<void>(toldByLook());
-        EXPECT_EQ(toldByLook(), Told{});
+        EXPECT_EQ(toldByLook(), Told{}); // nothing changes, so without a word
         Told changed;
         for (int i = 0; i < 4; ++i) {
             const std::string name = std::to_string(i) + "/deep/a.txt";
@@ -304,14 +302,15 @@ TEST_F(WatchedRootTest, ComesBackToAFolderThatCannotBeRead) {
 }
 
 TEST_F(WatchedRootTest, StartsAnewWhereEventsCannotBeRead) {
-    const auto real = calls_->read;
+    std::optional<ssize_t> fault;
+    calls_->read = [&fault, real = calls_->read](int instance, std::span<std::byte> buffer) {
+        errno = EIO;
+        return fault ? *std::exchange(fault, std::nullopt) : real(instance, buffer);
+    };
     start();
     for (const ssize_t result : {-1, 0, 7}) { // a failure, an end, half an event
-        calls_->read = [&](int, std::span<std::byte>) {
-            calls_->read = real;
-            errno = EIO;
-            return result;
-        };
+        passTick();
+        fault = result;
         EXPECT_EQ(told(), Told{"."});
         write("a.txt", std::to_string(result));
         EXPECT_EQ(told(), Told{"a.txt"});
@@ -325,7 +324,7 @@ TEST_F(WatchedRootTest, FindsARootThatComesAndGoes) {
     start();
     EXPECT_EQ(toldByLook(), Told{});
     write("a.txt");
-    EXPECT_EQ(toldByLook(), Told({".", "a.txt"}));
+    EXPECT_EQ(toldByLook(), Told{"."});
     fs::remove_all(in(""));
     EXPECT_EQ(told(), Told({".", "a.txt"}));
     EXPECT_EQ(toldByLook(), Told{});
