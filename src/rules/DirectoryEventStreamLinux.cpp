@@ -29,6 +29,8 @@ using Instant = Clock::time_point;
 // After events the reader lets some more come together: one wake-up for many, and equal ones become one in the kernel's
 // queue. Short enough for that queue, which holds 16384, never to fill meanwhile.
 constexpr auto gathering = 5ms;
+// Enough to empty the kernel's queue.
+constexpr int readsAtOnce = 64;
 // Visits between two readings of events.
 constexpr int visitsAtOnce = 64;
 // How long the reader sleeps at most where nothing can wake it.
@@ -118,7 +120,9 @@ private:
     bool readEvents() {
         bool hadEvents = false;
         for (WatchedRoot& root : roots_) {
-            hadEvents = root.readEvents() || hadEvents;
+            for (int i = 0; i < readsAtOnce && root.readEvents(); ++i) {
+                hadEvents = true;
+            }
         }
         return hadEvents;
     }
