@@ -92,8 +92,8 @@ TEST_F(DirectoryEventStreamTest, TellsWhatChangesUnderEveryRoot) {
 
 TEST_F(DirectoryEventStreamTest, HoldsABatchForItsLatency) {
     options_.latency = 50ms;
+    const auto begin = std::chrono::steady_clock::now(); // the folder itself, just made, may be the batch's first
     make().start();
-    const auto begin = std::chrono::steady_clock::now();
     waitFor(folder_.write("a.txt", ""));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, options_.latency);
 }
