@@ -19,7 +19,7 @@ class Program {
 public:
     using Environment = std::map<std::string, std::string>;
     // How long a test waits for what will come in a moment; only a failing test waits that long.
-    static constexpr std::chrono::seconds patience{60};
+    static constexpr std::chrono::seconds patience{300};
 
     // `name` is that of an executable in the folder where this test's own lies.
     Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment);
