@@ -26,3 +26,29 @@ function(veskline_suite name)
   target_link_libraries(${name} PRIVATE ${SUITE_LIBRARIES} GTest::gtest GTest::gtest_main veskline_warnings)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 900)
 endfunction()
+
+# veskline_qml_module(NAME URI QML_FILES ... SOURCES ... RESOURCES ... IMPORTS ... LIBRARIES ...): one folder of the window
+# as a static QML module. Compiled ahead where users run it; a development build reads the QML as it is.
+function(veskline_qml_module name uri)
+  cmake_parse_arguments(PARSE_ARGV 2 MODULE "" "" "QML_FILES;SOURCES;RESOURCES;IMPORTS;LIBRARIES")
+  set(caching "")
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    set(caching NO_CACHEGEN)
+  endif()
+  set(imports "")
+  if(MODULE_IMPORTS)
+    set(imports IMPORTS ${MODULE_IMPORTS})
+  endif()
+  set(CMAKE_AUTOMOC ON)
+  # moc 6.4 can't read the attribute that libstdc++ puts on its namespace.
+  set(CMAKE_AUTOMOC_MOC_OPTIONS "-D_GLIBCXX_VISIBILITY=")
+  qt_add_library(${name} STATIC)
+  qt_add_qml_module(${name} URI ${uri} VERSION 1.0 RESOURCE_PREFIX /qt/qml DEPENDENCIES QtQuick ${imports} ${caching}
+    QML_FILES ${MODULE_QML_FILES} SOURCES ${MODULE_SOURCES} RESOURCES ${MODULE_RESOURCES})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_compile_definitions(${name} PRIVATE QT_NO_KEYWORDS)
+  target_link_libraries(${name} PUBLIC Qt6::Quick ${MODULE_LIBRARIES})
+  # The warnings are for what people wrote, not for what Qt's tools made of the QML.
+  set_source_files_properties(${MODULE_SOURCES} PROPERTIES
+    COMPILE_OPTIONS "$<TARGET_PROPERTY:veskline_warnings,INTERFACE_COMPILE_OPTIONS>")
+endfunction()

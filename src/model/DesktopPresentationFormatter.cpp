@@ -41,4 +41,23 @@ std::string folderCountText(std::size_t count) {
     return count == 1 ? "1 folder" : fmt::format("{} folders", count);
 }
 
+std::string failedUploadName(const FailedUploadItem& item) {
+    if (item.file && item.file->path) {
+        return *item.file->path;
+    }
+    if (item.file && item.file->storageKey) {
+        return *item.file->storageKey;
+    }
+    return item.fileID.value_or("Unknown file");
+}
+
+std::string failedUploadError(const FailedUploadItem& item) {
+    return "Error: " + item.error.value_or("unknown");
+}
+
+std::string lastFailedLine(const FailedUploadItem& item, const platform::DateCustoms& customs) {
+    const std::string when = item.createdAt ? platform::localizedDateAndTime(*item.createdAt, customs) : "Unknown time";
+    return "Last failed: " + when;
+}
+
 } // namespace veskline::DesktopPresentationFormatter

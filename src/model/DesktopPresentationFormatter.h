@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text/LocalizedDate.h"
+#include "state/records/FailedUploadItem.h"
 #include "state/records/IndexingProgressSnapshot.h"
 
 #include <cstddef>
@@ -21,5 +23,12 @@ namespace veskline::DesktopPresentationFormatter {
 [[nodiscard]] std::optional<double> indexingFraction(const IndexingProgressSnapshot& progress);
 
 [[nodiscard]] std::string folderCountText(std::size_t count);
+
+// The three lines of a failed upload: its file by the best name that is known, the error of its job (that of the file
+// isn't shown), and when the job was made.
+[[nodiscard]] std::string failedUploadName(const FailedUploadItem& item);
+[[nodiscard]] std::string failedUploadError(const FailedUploadItem& item);
+[[nodiscard]] std::string lastFailedLine(const FailedUploadItem& item,
+                                         const platform::DateCustoms& customs = platform::currentDateCustoms());
 
 } // namespace veskline::DesktopPresentationFormatter

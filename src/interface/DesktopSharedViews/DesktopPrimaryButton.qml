@@ -1,0 +1,6 @@
+import Veskline.SharedViews
+
+DesktopButton {
+    fill: DesktopPalette.accent
+    isRaised: true
+}

@@ -1,0 +1,5 @@
+import Veskline.SharedViews
+
+DesktopButton {
+    fill: DesktopPalette.surfaceStrong
+}
