@@ -3,12 +3,13 @@
 #include "platform/text/ErrorDescription.h"
 
 #include <exception>
+#include <utility>
 
 namespace veskline {
 
-VesklineNativeApp::VesklineNativeApp(AppSurroundings surroundings) {
+VesklineNativeApp::VesklineNativeApp(AppSurroundings surroundings, UserSurroundings user) {
     try {
-        model_ = DesktopAppModel::create(surroundings);
+        model_ = DesktopAppModel::create(surroundings, std::move(user));
     } catch (const std::exception& error) {
         initializationError_ = platform::describe(error);
     }

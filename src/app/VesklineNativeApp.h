@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/VesklineAppDelegate.h"
 #include "model/DesktopAppModel.h"
 
 #include <memory>
@@ -15,7 +16,10 @@ namespace veskline {
 // Built once, on the main thread, and kept to the end of the process.
 class VesklineNativeApp {
 public:
-    explicit VesklineNativeApp(AppSurroundings surroundings);
+    // `user` is what the window, if any, gives the model.
+    explicit VesklineNativeApp(AppSurroundings surroundings, UserSurroundings user = {});
+
+    [[nodiscard]] const VesklineAppDelegate& appDelegate() const noexcept { return appDelegate_; }
 
     [[nodiscard]] const std::shared_ptr<DesktopAppModel>& model() const noexcept { return model_; }
     [[nodiscard]] const std::optional<std::string>& initializationError() const noexcept {
@@ -26,6 +30,7 @@ public:
     [[nodiscard]] std::vector<std::string> failureContent() const;
 
 private:
+    VesklineAppDelegate appDelegate_;
     std::shared_ptr<DesktopAppModel> model_;
     std::optional<std::string> initializationError_;
 };
