@@ -40,7 +40,6 @@ DesktopSurface {
 
             DesktopKicker { text: "Email" }
             DesktopInputField {
-                objectName: "email"
                 placeholderText: "you@example.com"
                 text: root.model.email
                 inputMethodHints: Qt.ImhEmailCharactersOnly | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
@@ -56,7 +55,6 @@ DesktopSurface {
             DesktopKicker { text: "Password" }
             DesktopPasswordField {
                 id: passwordField
-                objectName: "password"
                 Accessible.name: "Password"
                 onTextEdited: root.model.password = password()
                 onAccepted: root.model.login()
@@ -77,18 +75,15 @@ DesktopSurface {
         spacing: 10
 
         DesktopPrimaryButton {
-            objectName: "logIn"
             text: "Log in"
             onClicked: root.model.login()
         }
         DesktopSecondaryButton {
-            objectName: "createAccount"
             text: "Create account"
             onClicked: root.model.signup()
         }
     }
     DesktopParagraph {
-        objectName: "authStatus"
         visible: text !== ""
         text: root.model.authStatus
         size: 14

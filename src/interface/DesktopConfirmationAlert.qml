@@ -54,7 +54,6 @@ T.Popup {
         Accessible.description: root.model.confirmationMessage
 
         DesktopHeading {
-            objectName: "confirmationTitle"
             title: root.model.confirmationTitle
             size: 20
             tracking: -0.5
@@ -70,12 +69,10 @@ T.Popup {
 
             DesktopPrimaryButton {
                 id: confirm
-                objectName: "confirm"
                 text: root.model.confirmationButtonTitle
                 onClicked: root.model.confirmPendingFolderSelection()
             }
             DesktopSecondaryButton {
-                objectName: "cancel"
                 text: "Cancel"
                 onClicked: root.model.cancelPendingFolderSelection()
             }

@@ -86,18 +86,15 @@ Flickable {
                         spacing: 10
 
                         DesktopSecondaryButton {
-                            objectName: "refresh"
                             visible: root.model.isSignedIn
                             text: "Refresh"
                             onClicked: root.model.refreshStatus()
                         }
                         DesktopPrimaryButton {
-                            objectName: "openDashboard"
                             text: "Open dashboard"
                             onClicked: root.model.openDashboard()
                         }
                         DesktopSecondaryButton {
-                            objectName: "signOut"
                             visible: root.model.isSignedIn
                             text: "Sign out"
                             onClicked: root.model.signOut()

@@ -82,7 +82,6 @@ Rectangle {
 
             DesktopKicker { text: "This Mac" }
             DesktopText {
-                objectName: "account"
                 Layout.fillWidth: true
                 text: root.model.isSignedIn ? root.model.userLabel : "Not signed in"
                 size: 18
@@ -102,7 +101,6 @@ Rectangle {
                 visible: root.model.isSignedIn
 
                 DesktopStatusChip {
-                    objectName: "runState"
                     text: root.model.runPresentation.text
                     kind: root.model.runPresentation.kind
                 }

@@ -95,17 +95,14 @@ ColumnLayout {
                 spacing: 10
 
                 DesktopSecondaryButton {
-                    objectName: "addFolder"
                     text: "Add folder..."
                     onClicked: root.model.addFolder()
                 }
                 DesktopSecondaryButton {
-                    objectName: "useHome"
                     text: "Use Home"
                     onClicked: root.model.chooseHomeFolder()
                 }
                 DesktopSecondaryButton {
-                    objectName: "useFullDisk"
                     text: "Use full disk"
                     onClicked: root.model.chooseRootFolder()
                 }
@@ -119,18 +116,15 @@ ColumnLayout {
                 spacing: 10
 
                 DesktopSecondaryButton {
-                    objectName: "clearSelection"
                     text: "Clear selection"
                     onClicked: root.model.clearFolders()
                 }
                 DesktopPrimaryButton {
-                    objectName: "startSync"
                     enabled: folders.count > 0
                     text: "Start sync"
                     onClicked: root.model.startSync()
                 }
                 DesktopSecondaryButton {
-                    objectName: "stop"
                     text: "Stop"
                     onClicked: root.model.stopSync()
                 }
@@ -141,7 +135,6 @@ ColumnLayout {
 
             DesktopKicker { text: "Speed" }
             DesktopSegmentedControl {
-                objectName: "speed"
                 label: "Speed"
                 options: ["Regular", "Ultra"]
                 currentIndex: root.model.mode
@@ -153,7 +146,6 @@ ColumnLayout {
             }
         }
         DesktopCallout {
-            objectName: "syncStatus"
             text: root.model.syncStatusLine
             kind: root.model.isRunning ? StatusPillKind.Ok : StatusPillKind.Muted
         }

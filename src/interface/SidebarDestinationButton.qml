@@ -4,19 +4,17 @@ import QtQuick.Templates as T
 import Veskline.Drawing
 import Veskline.SharedViews
 
-T.AbstractButton {
+T.RadioButton {
     id: root
     required property var destination
     property bool isSelected: false
 
-    objectName: destination.rawValue
     Layout.fillWidth: true
     implicitHeight: texts.implicitHeight + 32
     focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.RadioButton
+    checked: isSelected
     Accessible.name: destination.sidebarTitle
     Accessible.description: destination.sidebarDetail
-    Accessible.checkable: true
     Accessible.checked: isSelected
     Accessible.onPressAction: clicked()
     Keys.onReturnPressed: clicked()

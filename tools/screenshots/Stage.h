@@ -31,11 +31,12 @@ public:
     // A new start of the program on the same state; the program before it is over.
     void launch();
 
+    [[nodiscard]] AppSurroundings surroundings() { return process_.surroundings(); }
     [[nodiscard]] local_project::LocalProject& project() { return project_; }
     [[nodiscard]] const std::shared_ptr<DesktopAppModel>& model() const { return model_; }
     [[nodiscard]] DesktopWindow& window() { return *window_; }
     [[nodiscard]] const std::string& email() const { return email_; }
-    [[nodiscard]] std::filesystem::path home() const { return folder_ / "home"; }
+    [[nodiscard]] std::filesystem::path home() const { return folder_ / "maria"; }
     // Addresses that the program had the browser open.
     [[nodiscard]] const std::deque<std::string>& openedAddresses() const { return opened_; }
 

@@ -44,10 +44,8 @@ void scroll(QQuickWindow& window, double share) {
 }
 
 void render(const veskline::Scene& scene, const fs::path& folder) {
-    std::string work = (fs::temp_directory_path() / "veskline-screenshot.XXXXXX").string();
-    if (::mkdtemp(work.data()) == nullptr) {
-        throw std::runtime_error("No folder can be made in " + fs::temp_directory_path().string() + ".");
-    }
+    const fs::path work = fs::temp_directory_path() / "veskline-screenshots"; // seen in the pictures
+    fs::remove_all(work);
     QQuickWindow* const window = scene.play(work);
     window->resize(scene.size);
     settle();

@@ -43,7 +43,7 @@ Item {
         Repeater {
             model: root.options
 
-            T.AbstractButton {
+            T.RadioButton {
                 id: segment
                 required property int index
                 required property string modelData
@@ -52,9 +52,8 @@ Item {
                 height: root.height - 6
                 text: modelData
                 focusPolicy: Qt.StrongFocus
-                Accessible.role: Accessible.RadioButton
+                checked: index === root.currentIndex
                 Accessible.name: text
-                Accessible.checkable: true
                 Accessible.checked: index === root.currentIndex
                 Accessible.onPressAction: segment.clicked()
                 Keys.onReturnPressed: segment.clicked()

@@ -50,6 +50,7 @@ DesktopSurface {
             clip: true
             interactive: false
             activeFocusOnTab: true
+            currentIndex: -1 // the list itself has the focus, and the keys that scroll
             reuseItems: true
             cacheBuffer: 0
             Accessible.role: Accessible.List

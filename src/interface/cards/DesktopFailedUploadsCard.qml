@@ -23,7 +23,6 @@ DesktopSurface {
             }
         }
         DesktopSecondaryButton {
-            objectName: "retry"
             Layout.alignment: Qt.AlignTop
             visible: root.showsRetryButton
             text: "Retry failed uploads"

@@ -29,7 +29,6 @@ DesktopSurface {
             value: root.model.indexingFraction
         }
         DesktopParagraph {
-            objectName: "progressText"
             text: progress.isCounted ? root.model.indexedFilesText + " files indexed"
                 : root.model.isIndexing ? "Indexing has started. Waiting for a full scan count."
                 : "Waiting for the next scan or remote ingest snapshot."
