@@ -77,13 +77,16 @@ Comparison::Contender contender(const Runs& runs, const Runs& floor) {
 Comparison compare(const Row& row, const Programs& programs, int rounds, const WorkFolder& data,
                    const Interrupt& interrupt) {
     const Row::NextArguments nextArguments = row.prepare(data);
-    std::vector<Runs> all{{.name = "floor", .program = programs.floor}, {.name = "agent", .program = programs.agent}};
+    std::vector<Runs> all{{.name = "floor", .program = row.isWholeProcess ? programs.windowFloor : programs.floor},
+                          {.name = "agent", .program = row.isWholeProcess ? programs.window : programs.agent}};
     for (int round = 0; round < rounds; ++round) {
         for (std::size_t turn = 0; turn < all.size(); ++turn) {
             Runs& runs = all[(turn + static_cast<std::size_t>(round)) % all.size()];
             runs.samples.push_back(runOnce(row, runs.program, nextArguments, programs.floor, interrupt));
         }
-        requireSameWork(all);
+        if (!row.isWholeProcess) {
+            requireSameWork(all);
+        }
     }
     Comparison comparison{.row = row, .contenders = {}};
     for (const Runs& runs : all) {

@@ -19,7 +19,10 @@ struct Verdict {
     [[nodiscard]] bool isMet() const { return reached <= goal; }
 };
 
-std::vector<Verdict> verdicts(const Goal& goal, const Comparison::Contender& agent) {
+std::vector<Verdict> verdicts(const Comparison& comparison) {
+    const Goal& goal = comparison.row.goal;
+    const Comparison::Contender& floor = comparison.contenders[0];
+    const Comparison::Contender& agent = comparison.contenders[1];
     std::vector<Verdict> list;
     if (goal.wall) {
         list.push_back({"wall", *goal.wall, agent.wallMilliseconds.ratio});
@@ -27,8 +30,14 @@ std::vector<Verdict> verdicts(const Goal& goal, const Comparison::Contender& age
     if (goal.cpu) {
         list.push_back({"cpu", *goal.cpu, agent.cpuMilliseconds.ratio});
     }
+    if (goal.wallMilliseconds) {
+        list.push_back({"ms", *goal.wallMilliseconds, agent.wallMilliseconds.amount});
+    }
     if (goal.growthMiB) {
         list.push_back({"growth", *goal.growthMiB, agent.growthMiB.amount});
+    }
+    if (goal.growthOverFloorMiB) {
+        list.push_back({"over floor", *goal.growthOverFloorMiB, agent.growthMiB.amount - floor.growthMiB.amount});
     }
     return list;
 }
@@ -66,7 +75,7 @@ std::string table(const Comparison& comparison) {
         text += fmt::format("  {:8}{:12.1f}{:7.2f}{:10.1f}{:7.2f}{:12.1f}", name, wall.amount, wall.ratio, cpu.amount,
                             cpu.ratio, growth.amount);
         if (name == "agent") {
-            for (const Verdict& verdict : verdicts(comparison.row.goal, contender)) {
+            for (const Verdict& verdict : verdicts(comparison)) {
                 text +=
                     fmt::format("  {} {:.2f} {}", verdict.quantity, verdict.goal, verdict.isMet() ? "met" : "MISSED");
             }
@@ -93,7 +102,7 @@ nlohmann::json json(const Comparison& comparison) {
                                    {"cpu_ratio", cpu.ratio},
                                    {"growth_mib", growth.amount}};
         if (name == "agent") {
-            for (const Verdict& verdict : verdicts(comparison.row.goal, contender)) {
+            for (const Verdict& verdict : verdicts(comparison)) {
                 row["goals"][verdict.quantity] = {
                     {"goal", verdict.goal}, {"reached", verdict.reached}, {"met", verdict.isMet()}};
             }

@@ -120,6 +120,18 @@ Row events(const Sizes& sizes) {
     };
 }
 
+Row window() {
+    return {
+        .name = "window",
+        .meaning = "the program from its start to the first frame of its window; the floor shows one page of cards",
+        .goal = {.wallMilliseconds = 200, .growthOverFloorMiB = 15},
+        .prepare = [](const WorkFolder& data) -> Row::NextArguments {
+            return [&data](const std::string&) { return Row::Arguments{data.emptyFolder("state")}; };
+        },
+        .isWholeProcess = true,
+    };
+}
+
 } // namespace
 
 std::vector<Row> allRows(const Sizes& sizes, const Programs& programs, const Interrupt& interrupt) {
@@ -130,7 +142,8 @@ std::vector<Row> allRows(const Sizes& sizes, const Programs& programs, const Int
             sync(sizes),
             upload(sizes),
             watch(sizes),
-            events(sizes)};
+            events(sizes),
+            window()};
 }
 
 } // namespace bench

@@ -30,13 +30,18 @@ inline constexpr Sizes quickSizes{.treeFiles = 20'000,
 struct Programs {
     std::string agent;
     std::string floor;
+    std::string window = {}; // the agent with its window
+    std::string windowFloor = {};
 };
 
-// What the agent may take: times what its floor takes. Where nothing was promised there is none.
+// What the agent may take: times what its floor takes, where not said otherwise. Where nothing was promised there is
+// none.
 struct Goal {
     std::optional<double> wall = std::nullopt;
     std::optional<double> cpu = std::nullopt;
-    std::optional<double> growthMiB = std::nullopt; // not a multiple
+    std::optional<double> wallMilliseconds = std::nullopt; // not a multiple
+    std::optional<double> growthMiB = std::nullopt;        // not a multiple
+    std::optional<double> growthOverFloorMiB = std::nullopt;
 };
 
 // One kind of work that is measured.
@@ -52,6 +57,8 @@ struct Row {
     std::function<NextArguments(const WorkFolder& data)> prepare;
     // Where a server is used: how many requests it must see in each run, all on one connection.
     std::optional<std::int64_t> requests = std::nullopt;
+    // Whether a process counts whole, from its start to its end, as the system tells: its peak is what it holds in all.
+    bool isWholeProcess = false;
 };
 
 [[nodiscard]] std::vector<Row> allRows(const Sizes& sizes, const Programs& programs, const Interrupt& interrupt);

@@ -1,4 +1,5 @@
 #include "runner/Comparison.h"
+#include "runner/Frames.h"
 #include "runner/Report.h"
 
 #include <nlohmann/json.hpp>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,12 +18,12 @@ namespace {
 
 using namespace bench;
 
-constexpr const char* usage =
-    "./dev bench [--quick] [--rounds N] [--only NAME]... [--json]\n"
-    "  --quick     a tenth of the work, three rounds\n"
-    "  --rounds N  how often each program runs\n"
-    "  --only NAME walk, start, rescan, digest, sync, upload, watch or events; may be given more than once\n"
-    "  --json      one JSON document instead of the table\n";
+constexpr const char* usage = "./dev bench [--quick] [--rounds N] [--only NAME]... [--json]\n"
+                              "  --quick     a tenth of the work, three rounds\n"
+                              "  --rounds N  how often each program runs\n"
+                              "  --only NAME walk, start, rescan, digest, sync, upload, watch, events, window or "
+                              "frames; may be given more than once\n"
+                              "  --json      one JSON document instead of the table\n";
 
 struct Options {
     Sizes sizes;
@@ -56,6 +58,9 @@ std::vector<Row> chosenRows(const Options& options, std::vector<Row> rows) {
     }
     std::vector<Row> chosen;
     for (const std::string& name : options.only) {
+        if (name == "frames") {
+            continue;
+        }
         const auto row = std::ranges::find(rows, name, &Row::name);
         if (row == rows.end()) {
             throw std::invalid_argument(usage);
@@ -65,31 +70,59 @@ std::vector<Row> chosenRows(const Options& options, std::vector<Row> rows) {
     return chosen;
 }
 
-// A row that fails is told, and the others are measured all the same.
+bool wantsFrames(const Options& options) {
+    return options.only.empty() || std::ranges::find(options.only, "frames") != options.only.end();
+}
+
+// What fails is told, and the others are measured all the same.
+bool attempt(const std::string& name, const std::function<void()>& measure) {
+    try {
+        measure();
+        return true;
+    } catch (const std::runtime_error& error) {
+        std::fprintf(stderr, "%s: %s\n", name.c_str(), error.what());
+        return false;
+    }
+}
+
 int run(const Options& options, const Interrupt& interrupt) {
     const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    const Programs programs{.agent = folder / "veskline-bench-work", .floor = folder / "veskline-bench-floor"};
-    const std::vector<Row> rows = chosenRows(options, allRows(options.sizes, programs, interrupt));
+    const Programs programs{.agent = folder / "veskline-bench-work",
+                            .floor = folder / "veskline-bench-floor",
+                            .window = folder / "veskline-bench-window",
+                            .windowFloor = folder / "veskline-bench-window-floor"};
     nlohmann::json document{{"machine", Report::json(options.rounds)}, {"rows", nlohmann::json::array()}};
+    const auto tell = [&](const nlohmann::json& json, const std::string& table) {
+        document["rows"].push_back(json);
+        std::fputs(options.isJson ? "" : table.c_str(), stdout);
+        std::fflush(stdout);
+    };
     std::fputs(options.isJson ? "" : Report::head(options.rounds).c_str(), stdout);
-    for (const Row& row : rows) {
-        try {
+    bool isWhole = true;
+    for (const Row& row : chosenRows(options, allRows(options.sizes, programs, interrupt))) {
+        isWhole &= attempt(row.name, [&] {
             const WorkFolder data(interrupt);
             const Comparison comparison = compare(row, programs, options.rounds, data, interrupt);
-            document["rows"].push_back(Report::json(comparison));
-            std::fputs(options.isJson ? "" : Report::table(comparison).c_str(), stdout);
-        } catch (const std::runtime_error& error) {
-            std::fprintf(stderr, "%s: %s\n", row.name.c_str(), error.what());
-        }
-        std::fflush(stdout);
+            tell(Report::json(comparison), Report::table(comparison));
+        });
+    }
+    if (wantsFrames(options)) {
+        isWhole &= attempt("frames", [&] {
+            const WorkFolder data(interrupt);
+            const Frames frames(programs.window, data, interrupt);
+            tell(frames.json(), frames.table());
+        });
     }
     std::fputs(options.isJson ? (document.dump(2) + "\n").c_str() : "", stdout);
-    return document["rows"].size() == rows.size() ? 0 : 1;
+    return isWhole ? 0 : 1;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    // A window needs no display here, and is drawn alike on every machine.
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv("QT_QUICK_BACKEND", "software", 1);
     try {
         const Interrupt interrupt;
         return run(readOptions({argv + 1, argv + argc}), interrupt);

@@ -50,10 +50,10 @@ void DesktopAppModel::wireHandlers() {
         main, weak, [](DesktopAppModel& model, std::string line) { model.appendLog(std::move(line)); });
     auto onIndexing =
         handedOver<IndexingProgressSnapshot>(main, weak, [](DesktopAppModel& model, IndexingProgressSnapshot progress) {
-            model.indexingProgress_.set(progress);
+            model.showIndexingProgress(progress);
         });
     auto onUnsupported = handedOver<std::int64_t>(
-        main, weak, [](DesktopAppModel& model, std::int64_t count) { model.unsupportedFilesCount_.set(count); });
+        main, weak, [](DesktopAppModel& model, std::int64_t count) { model.showUnsupportedFilesCount(count); });
     wiring_ = async::spawn(main, [collaborators = collaborators_, onLog, onIndexing, onUnsupported]() -> async::Task<> {
         SyncCoordinator& coordinator = collaborators->syncCoordinator;
         co_await coordinator.setLogHandler(onLog);

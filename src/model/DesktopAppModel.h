@@ -81,7 +81,10 @@ public:
     void setPassword(std::string password) { password_.set(std::move(password)); }
     void setMode(SyncMode mode) { mode_.set(mode); }
 
+    // What the engine reports arrives by these, a job of the main thread each.
     void appendLog(std::string line);
+    void showIndexingProgress(IndexingProgressSnapshot progress) { indexingProgress_.set(progress); }
+    void showUnsupportedFilesCount(std::int64_t count) { unsupportedFilesCount_.set(count); }
 
     // Restores user, folders and mode, and starts the sync where it was ever started before and both are there. Once
     // in the life of the process: a later call does nothing.

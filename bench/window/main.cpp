@@ -1,0 +1,96 @@
+#include "app/Process.h"
+#include "interface/DesktopWindow.h"
+#include "screenshots/Stage.h"
+#include "window/FrameTimes.h"
+#include "window/Reports.h"
+
+#include <QAbstractItemModel>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+// The whole program with its window.
+
+namespace {
+
+using namespace bench;
+using namespace veskline;
+
+// What it takes from the start of the process to its first frame is what the process takes in all. Nothing answers
+// where the hosted project is said to be.
+void showOneFrame(const std::string& folder) {
+    setenv("VESK_STATE_DIR", folder.c_str(), 1);
+    setenv("SUPABASE_URL", "http://127.0.0.1:9", 1);
+    setenv("SUPABASE_ANON_KEY", "key", 1);
+    setenv("DASHBOARD_URL", "http://127.0.0.1:9", 1);
+    Process process;
+    DesktopWindow window(QString::fromStdString(folder + "/window.ini"));
+    window.show(DesktopAppModel::create(process.surroundings(), window.userSurroundings()));
+    QObject::connect(window.window(), &QQuickWindow::frameSwapped, [] { std::quick_exit(EXIT_SUCCESS); });
+    QGuiApplication::exec();
+}
+
+double milliseconds(std::chrono::microseconds time) {
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
+QString lastRow(const QAbstractItemModel& rows) {
+    return rows.data(rows.index(rows.rowCount() - 1, 0), Qt::UserRole + 1).toString();
+}
+
+// Shows `aSecond` log lines and as many progress reports for five seconds, and prints the frames that it made.
+void takeReports(const std::string& folder, std::int64_t aSecond) {
+    Stage stage(folder);
+    stage.launch();
+    stage.signIn();
+    QQuickWindow& window = *stage.window().window();
+    window.property("windowState").value<QObject*>()->setProperty("selectedDestinationRawValue", "activity");
+    std::unique_ptr<FrameTimes> frames;
+    std::unique_ptr<Reports> reports;
+    QElapsedTimer sinceLastReport;
+    QTimer::singleShot(500, [&] {
+        frames = std::make_unique<FrameTimes>(window);
+        reports = std::make_unique<Reports>(stage.model(), aSecond, std::chrono::seconds(5));
+    });
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (!reports || !reports->areAllPosted()) {
+            return;
+        }
+        if (!sinceLastReport.isValid()) {
+            sinceLastReport.start();
+        }
+        const auto* const console = window.findChild<QQuickItem*>(QStringLiteral("console"));
+        const auto* const rows = console->property("model").value<QAbstractItemModel*>();
+        if (lastRow(*rows).toStdString() == reports->lastLine()) {
+            std::printf("%zu %.3f %.3f %lld %lld\n", frames->count(), milliseconds(frames->quantile(0.999)),
+                        milliseconds(frames->quantile(1)), static_cast<long long>(sinceLastReport.elapsed()),
+                        static_cast<long long>(reports->timeAReport().count()));
+            std::fflush(stdout);
+            std::quick_exit(EXIT_SUCCESS);
+        }
+    });
+    watch.start(1);
+    QGuiApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    DesktopWindow::prepareApplication();
+    const QGuiApplication application(argc, argv);
+    const QStringList words = QGuiApplication::arguments();
+    if (words.size() == 3 && words[1] == QLatin1String("window")) {
+        showOneFrame(words[2].toStdString());
+    } else if (words.size() == 4 && words[1] == QLatin1String("frames")) {
+        takeReports(words[2].toStdString(), words[3].toLongLong());
+    }
+    std::fputs("veskline-bench-window window STATE | frames STATE REPORTS_A_SECOND\n", stderr);
+    return 2;
+}
