@@ -123,7 +123,8 @@ Row events(const Sizes& sizes) {
 Row window() {
     return {
         .name = "window",
-        .meaning = "the program from its start to the first frame of its window; the floor shows one page of cards",
+        .meaning = "the program from its start to the first frame of its window; the floor shows a screen of fixed "
+                   "words out of the same components, over no engine",
         .goal = {.wallMilliseconds = 200, .growthOverFloorMiB = 15},
         .prepare = [](const WorkFolder& data) -> Row::NextArguments {
             return [&data](const std::string&) { return Row::Arguments{data.emptyFolder("state")}; };

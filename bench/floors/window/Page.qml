@@ -1,76 +1,88 @@
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates as T
 import QtQuick.Window
+import Veskline.Drawing
+import Veskline.SharedViews
 
+// One screen of fixed words out of the agent's own components, over nothing.
 Window {
     id: root
     width: 1280
     height: 860
     visible: true
-    color: "#F4F1E8"
 
-    component Label: Text {
-        Layout.fillWidth: true
-        font.family: "Inter"
-        font.pixelSize: 15
-        color: "#5C5953"
-        wrapMode: Text.Wrap
+    PaperBackground {
+        anchors.fill: parent
+        page: DesktopPalette.page
+        glow: DesktopPalette.accent
     }
-    component Heading: Label {
-        font.pixelSize: 46
-        font.weight: Font.Black
-        color: "#0F1011"
-    }
-    component Card: Rectangle {
-        default property alias content: column.data
-        Layout.fillWidth: true
-        implicitHeight: column.implicitHeight + 48
-        radius: 10
-        border.color: "#D8D1C7"
-
-        ColumnLayout {
-            id: column
-            x: 24
-            y: 24
-            width: parent.width - 48
-        }
-    }
-    component Button: T.Button {
-        id: button
-        implicitWidth: implicitContentWidth + 36
-        implicitHeight: 44
-        background: Rectangle { border.width: 1; radius: 8 }
-        contentItem: Label { text: button.text; verticalAlignment: Text.AlignVCenter }
-    }
-
     RowLayout {
         anchors.fill: parent
-        spacing: 0
+        anchors.margins: 24
+        spacing: 24
 
         ColumnLayout {
-            Layout.preferredWidth: 320
-            Layout.maximumWidth: 320
+            Layout.preferredWidth: 296
+            Layout.alignment: Qt.AlignTop
 
             Repeater {
-                model: 3
-                Button { text: "Destination" }
+                model: ["grid", "sync", "activity"]
+
+                RowLayout {
+                    required property string modelData
+
+                    SymbolImage { name: modelData }
+                    DesktopSecondaryButton { text: "Destination" }
+                }
+            }
+            DesktopSurface {
+                DesktopKicker { text: "This Mac" }
+                DesktopParagraph { text: "Sign in to connect this Mac and keep selected folders in sync." }
             }
         }
         ColumnLayout {
+            Layout.alignment: Qt.AlignTop
             spacing: 24
 
-            Repeater {
-                model: 4
+            DesktopSurface {
+                tone: DesktopSurface.Surface
 
-                Card {
-                    Label { text: "PRIVATE CONTEXT INFRASTRUCTURE"; font.family: "JetBrains Mono"; font.pixelSize: 11 }
-                    Heading { text: "Your files, searchable and chat-ready." }
-                    Label { text: "Stay on top of sync health, indexing progress, and the handoff into the dashboard." }
-                    RowLayout {
-                        Button { text: "Log in" }
-                        Button { text: "Create account" }
-                        T.TextField { implicitWidth: 240; implicitHeight: 46; placeholderText: "you@example.com" }
+                DesktopSectionIntro {
+                    eyebrow: "A page of cards"
+                    title: "Your files, searchable and chat-ready."
+                    subtitle: "Stay on top of sync health, indexing progress, and the handoff into the dashboard."
+                }
+            }
+            DesktopSurface {
+                spacing: 18
+
+                RowLayout {
+                    DesktopInputField { placeholderText: "you@example.com" }
+                    DesktopPasswordField {}
+                }
+                RowLayout {
+                    DesktopPrimaryButton { text: "Log in" }
+                    DesktopSecondaryButton { text: "Create account" }
+                    DesktopStatusChip { text: "Required"; kind: StatusPillKind.Accent }
+                }
+            }
+            AdaptiveGrid {
+                DesktopMetricCard { title: "Folders"; value: "4 folders"; detail: "4 folders selected" }
+                DesktopMetricCard { title: "Sync mode"; value: "Regular"; detail: "Balanced CPU and bandwidth" }
+                DesktopMetricCard { title: "Run state"; value: "Running"; detail: "Running" }
+            }
+            DesktopProgressBar { form: DesktopProgressBar.Determinate; value: 0.6 }
+            DesktopSegmentedControl { options: ["Regular", "Ultra"] }
+            DesktopCallout { text: "The agent and the dashboard share one account."; kind: StatusPillKind.Ok }
+            DesktopListBox {
+                Repeater {
+                    model: ["~/Documents", "~/Research", "~/Notes"]
+
+                    DesktopListRow {
+                        id: row
+                        required property string modelData
+
+                        DesktopSelectableText { text: row.modelData; mono: true }
                     }
                 }
             }

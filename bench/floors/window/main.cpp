@@ -2,14 +2,20 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QUrl>
+#include <QtQml/qqmlextensionplugin.h>
 
 #include <cstdlib>
 
-// The least program that shows a page of this kind: one QML file of cards with texts, in one window. It ends with its
-// first frame.
+Q_IMPORT_QML_PLUGIN(Veskline_DrawingPlugin)
+Q_IMPORT_QML_PLUGIN(Veskline_SharedViewsPlugin)
+
+// A window of the agent's own components alone: one screen of fixed words, with no model, no engine, no threads. It
+// ends with its first frame.
 int main(int argc, char** argv) {
     const QGuiApplication application(argc, argv);
-    QQmlApplicationEngine engine(QUrl(QStringLiteral("qrc:/qt/qml/WindowFloor/floors/window/Page.qml")));
+    QQmlApplicationEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/WindowFloor/floors/window/Page.qml")));
     auto* const window =
         engine.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     if (window == nullptr) {
