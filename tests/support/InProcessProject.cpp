@@ -42,20 +42,22 @@ std::optional<std::string> queryValue(std::string_view target, std::string_view 
     return unescaped(rest.substr(0, rest.find('&')));
 }
 
-std::string_view targetOf(std::string_view url) {
+std::string_view targetOf(const platform::HttpRequest& request) {
+    const std::string_view url = request.url;
     return url.substr(url.find('/', url.find("://") + 3));
 }
 
-std::string bodyOf(const platform::HttpRequest& request) {
-    const auto* const text = std::get_if<std::string>(&request.body);
-    return text != nullptr ? *text : std::string();
+// As the journal tells it and the rules for faults are asked.
+std::string lineOf(const platform::HttpRequest& request) {
+    return request.method + " " + unescaped(targetOf(request));
+}
+
+json bodyOf(const platform::HttpRequest& request) {
+    return json::parse(std::get<std::string>(request.body));
 }
 
 platform::HttpResponse reply(int status, const json& body = nullptr) {
-    platform::HttpResponse response;
-    response.status = status;
-    response.body = body.is_null() ? std::string() : body.dump();
-    return response;
+    return {.status = status, .headers = {}, .body = body.is_null() ? std::string() : body.dump()};
 }
 
 json row(const InProcessProject::File& file) {
@@ -90,28 +92,14 @@ void InProcessProject::signIn(std::string userID) {
     isExpired_ = false;
 }
 
-void InProcessProject::expireAccessToken() {
-    isExpired_ = true;
-}
-
-std::string InProcessProject::accessToken() const {
-    return "access-" + std::to_string(tokenNumber_);
-}
-
-std::string InProcessProject::refreshToken() const {
-    return "refresh-" + std::to_string(tokenNumber_);
-}
-
 void InProcessProject::release() {
     held_.clear();
-    for (const std::uint64_t ticket : std::exchange(waiting_, {})) {
-        async::postCall(executor_, [this, ticket] { answer(ticket); });
-    }
+    std::ranges::for_each(std::exchange(waiting_, {}), [this](std::uint64_t ticket) { postAnswer(ticket); });
 }
 
 std::size_t InProcessProject::requestsWith(std::string_view part) const {
     return static_cast<std::size_t>(
-        std::ranges::count_if(journal_, [&](const std::string& line) { return line.find(part) != std::string::npos; }));
+        std::ranges::count_if(journal_, [&](const std::string& line) { return line.contains(part); }));
 }
 
 const InProcessProject::File* InProcessProject::fileAt(std::string_view path) const {
@@ -127,15 +115,14 @@ void InProcessProject::ingestAll() {
 }
 
 void InProcessProject::start(platform::PendingExchange& exchange) {
-    const std::uint64_t ticket = ++lastTicket_;
-    exchange.ticket = ticket;
-    pending_[ticket] = &exchange;
-    journal_.push_back(exchange.request.method + " " + unescaped(targetOf(exchange.request.url)));
-    if (!held_.empty() && journal_.back().find(held_) != std::string::npos) {
-        waiting_.push_back(ticket);
-        return;
+    exchange.ticket = ++lastTicket_;
+    pending_[exchange.ticket] = &exchange;
+    journal_.push_back(lineOf(exchange.request));
+    if (!held_.empty() && journal_.back().contains(held_)) {
+        waiting_.push_back(exchange.ticket);
+    } else {
+        postAnswer(exchange.ticket);
     }
-    async::postCall(executor_, [this, ticket] { answer(ticket); });
 }
 
 void InProcessProject::abort(platform::PendingExchange& exchange) {
@@ -145,35 +132,30 @@ void InProcessProject::abort(platform::PendingExchange& exchange) {
     }
 }
 
-void InProcessProject::answer(std::uint64_t ticket) {
-    const auto found = pending_.find(ticket);
-    if (found == pending_.end()) {
-        return;
-    }
-    platform::PendingExchange& exchange = *found->second;
-    pending_.erase(found);
-    const platform::HttpRequest& request = exchange.request;
-    const std::string line = request.method + " " + unescaped(targetOf(request.url));
-    const std::optional<Fault> fault = faults_ ? faults_(line) : std::nullopt;
-    try {
-        platform::HttpResponse response;
-        if (!fault || fault->isCarriedOut) {
-            response = respond(request, targetOf(request.url));
+// An exchange that is aborted before it comes to that gets none.
+void InProcessProject::postAnswer(std::uint64_t ticket) {
+    async::postCall(executor_, [this, ticket] {
+        if (const auto entry = pending_.extract(ticket)) {
+            answer(*entry.mapped());
         }
+    });
+}
+
+void InProcessProject::answer(platform::PendingExchange& exchange) {
+    const std::optional<Fault> fault = faults_ ? faults_(lineOf(exchange.request)) : std::nullopt;
+    try {
         if (fault && fault->status == 0) {
             throw platform::TransportError("The connection broke");
         }
-        exchange.succeed(fault ? reply(fault->status) : std::move(response));
+        exchange.succeed(fault ? reply(fault->status) : respond(exchange.request, targetOf(exchange.request)));
     } catch (...) {
         exchange.fail(std::current_exception());
     }
 }
 
 bool InProcessProject::isAuthorised(const platform::HttpRequest& request) const {
-    const std::string wanted = "Bearer " + accessToken();
-    return !isExpired_ && std::ranges::any_of(request.headers, [&](const platform::HttpHeader& header) {
-        return header.name == "Authorization" && header.value == wanted;
-    });
+    const platform::HttpHeader wanted{"Authorization", "Bearer " + accessToken()};
+    return !isExpired_ && std::ranges::find(request.headers, wanted) != request.headers.end();
 }
 
 platform::HttpResponse InProcessProject::respond(const platform::HttpRequest& request, std::string_view target) {
@@ -196,7 +178,7 @@ platform::HttpResponse InProcessProject::respond(const platform::HttpRequest& re
 }
 
 platform::HttpResponse InProcessProject::respondToToken(const platform::HttpRequest& request, std::string_view target) {
-    const json body = json::parse(bodyOf(request));
+    const json body = bodyOf(request);
     if (target.ends_with("grant_type=refresh_token") && body.at("refresh_token") != refreshToken()) {
         return reply(400);
     }
@@ -220,12 +202,12 @@ platform::HttpResponse InProcessProject::storeObject(const platform::HttpRequest
 platform::HttpResponse InProcessProject::respondToTables(const platform::HttpRequest& request,
                                                          std::string_view target) {
     if (target == "/rest/v1/jobs") {
-        const json body = json::parse(bodyOf(request));
+        const json body = bodyOf(request);
         jobs.push_back(FileJob{body.at("file_id"), body.at("kind")});
         return reply(201);
     }
     if (request.method == "POST") {
-        return upsertFile(bodyOf(request));
+        return upsertFile(request);
     }
     if (request.method == "PATCH") {
         const std::string id = queryValue(target, "id=eq.").value_or("");
@@ -242,8 +224,8 @@ platform::HttpResponse InProcessProject::respondToTables(const platform::HttpReq
     return reply(200, found == files.end() ? json::array() : json::array({row(found->second)}));
 }
 
-platform::HttpResponse InProcessProject::upsertFile(std::string_view text) {
-    const json body = json::parse(text);
+platform::HttpResponse InProcessProject::upsertFile(const platform::HttpRequest& request) {
+    const json body = bodyOf(request);
     File& file = files[body.at("storage_key")];
     if (file.id.empty()) {
         file.id = "file-" + std::to_string(++lastID_);

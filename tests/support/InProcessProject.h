@@ -33,11 +33,9 @@ public:
         std::string kind;
         friend bool operator==(const FileJob&, const FileJob&) = default;
     };
-    // What a request meets instead of its answer: a status, or a connection that breaks. `isCarriedOut` has the
-    // service do its work first.
+    // What a request meets instead of its answer, and of what it asks for.
     struct Fault {
         int status = 0; // 0: the connection breaks
-        bool isCarriedOut = false;
     };
     // Asked of each request, as "POST /storage/v1/object/files/..." with its query; none lets it through.
     using FaultRule = std::function<std::optional<Fault>(std::string_view request)>;
@@ -50,12 +48,12 @@ public:
 
     // Accounts: the one token pair that counts at the moment.
     void signIn(std::string userID);
-    void expireAccessToken();
+    void expireAccessToken() { isExpired_ = true; }
     // What a sign-up is answered with.
     void answerSignups(std::string body) { signupAnswer_ = std::move(body); }
     [[nodiscard]] const std::string& userID() const noexcept { return userID_; }
-    [[nodiscard]] std::string accessToken() const;
-    [[nodiscard]] std::string refreshToken() const;
+    [[nodiscard]] std::string accessToken() const { return "access-" + std::to_string(tokenNumber_); }
+    [[nodiscard]] std::string refreshToken() const { return "refresh-" + std::to_string(tokenNumber_); }
 
     void setFaults(FaultRule rule) { faults_ = std::move(rule); }
     // Requests whose text holds `part` wait from now on, until released.
@@ -87,11 +85,12 @@ private:
     static const platform::HttpTransport::Operations operations;
     void start(platform::PendingExchange& exchange);
     void abort(platform::PendingExchange& exchange);
-    void answer(std::uint64_t ticket);
+    void postAnswer(std::uint64_t ticket);
+    void answer(platform::PendingExchange& exchange);
     [[nodiscard]] platform::HttpResponse respond(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] platform::HttpResponse respondToToken(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] platform::HttpResponse respondToTables(const platform::HttpRequest& request, std::string_view target);
-    [[nodiscard]] platform::HttpResponse upsertFile(std::string_view body);
+    [[nodiscard]] platform::HttpResponse upsertFile(const platform::HttpRequest& request);
     [[nodiscard]] platform::HttpResponse storeObject(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] bool isAuthorised(const platform::HttpRequest& request) const;
 

@@ -40,7 +40,6 @@ public:
         jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(place));
         const async::RunningOn here(this);
         job.run(job.context);
-        ++steps_;
         return true;
     }
     // Runs until nothing is ready: everything waits for time, or for the test.
@@ -60,7 +59,6 @@ public:
         moveTo(end);
     }
     [[nodiscard]] bool hasTimers() const { return timers_.nextDue().has_value(); }
-    [[nodiscard]] std::size_t steps() const noexcept { return steps_; }
     [[nodiscard]] std::chrono::system_clock::time_point wallTime() const noexcept { return wallTime_; }
 
     // Runs `body()` to its end, moving the time on where everything waits for it.
@@ -112,7 +110,6 @@ private:
     std::chrono::system_clock::time_point wallTime_{std::chrono::seconds(1'700'000'000)};
     std::mt19937_64 random_;
     bool isSeeded_;
-    std::size_t steps_ = 0;
 };
 
 inline const async::Clock::Operations OneThread::operations{

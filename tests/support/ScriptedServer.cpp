@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -10,7 +11,6 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <stdexcept>
-#include <strings.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <system_error>
@@ -20,6 +20,8 @@ namespace veskline::testing {
 
 namespace {
 
+constexpr std::size_t keptBytes = std::size_t{1} << 20U;
+
 // Before main(), when no other thread can be looking at the environment.
 [[maybe_unused]] const int noProxy = ::setenv("no_proxy", "127.0.0.1", 1);
 
@@ -27,16 +29,11 @@ int checked(int result) {
     return result >= 0 ? result : throw std::system_error(errno, std::generic_category(), "the scripted server");
 }
 
-sockaddr_in loopback() {
+int listenOnLoopback() {
+    const int socket = checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
-int listenOnLoopback() {
-    const int socket = checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const sockaddr_in address = loopback();
     checked(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address));
     checked(::listen(socket, 64));
     return socket;
@@ -49,8 +46,21 @@ std::string cutFrom(std::string& text, std::string_view separator) {
     return piece;
 }
 
-RecordedRequest parsedHead(std::string head) {
-    RecordedRequest request;
+// Puts what comes next behind the input; false where the other side has hung up.
+bool receive(int socket, std::string& input) {
+    std::array<char, 65536> buffer;
+    const ssize_t count = ::recv(socket, buffer.data(), buffer.size(), 0);
+    input.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    return count > 0;
+}
+
+bool readHead(int socket, std::string& input, RecordedRequest& request) {
+    while (!input.contains("\r\n\r\n")) {
+        if (!receive(socket, input)) {
+            return false;
+        }
+    }
+    std::string head = cutFrom(input, "\r\n\r\n");
     std::string first = cutFrom(head, "\r\n");
     request.method = cutFrom(first, " ");
     request.target = cutFrom(first, " ");
@@ -60,19 +70,29 @@ RecordedRequest parsedHead(std::string head) {
         value.erase(0, value.starts_with(' ') ? 1 : 0);
         request.headers.emplace_back(std::move(name), std::move(value));
     }
-    return request;
+    return true;
 }
 
-std::int64_t announcedLength(const RecordedRequest& request) {
-    std::int64_t length = 0;
+bool readBody(int socket, std::string& input, RecordedRequest& request) {
+    std::int64_t announced = 0;
     const std::string text = request.header("Content-Length");
-    std::from_chars(text.data(), text.data() + text.size(), length);
-    return length;
+    std::from_chars(text.data(), text.data() + text.size(), announced);
+    while (request.bodyBytes < announced) {
+        if (input.empty() && !receive(socket, input)) {
+            return false;
+        }
+        const auto count = std::min(input.size(), static_cast<std::size_t>(announced - request.bodyBytes));
+        request.body.append(input, 0, std::min(count, keptBytes - request.body.size()));
+        request.bodyBytes += static_cast<std::int64_t>(count);
+        input.erase(0, count);
+    }
+    return true;
 }
 
 // What goes over the wire before the connection is kept or cut.
 std::string encoded(const ScriptedReply& reply) {
-    if (!reply.raw.empty()) {
+    using enum ScriptedReply::Cut;
+    if (!reply.raw.empty() || reply.cut == beforeHeaders) {
         return reply.raw;
     }
     std::string text = "HTTP/1.1 " + std::to_string(reply.status) + " Scripted\r\n";
@@ -80,20 +100,21 @@ std::string encoded(const ScriptedReply& reply) {
         text.append(name).append(": ").append(value).append("\r\n");
     }
     text += "Content-Length: " + std::to_string(reply.body.size()) + "\r\n\r\n";
-    using enum ScriptedReply::Cut;
-    return reply.cut == beforeHeaders ? ""
-           : reply.cut == inBody      ? text + reply.body.substr(0, reply.body.size() / 2)
-                                      : text + reply.body;
+    return text + reply.body.substr(0, reply.cut == inBody ? reply.body.size() / 2 : reply.body.size());
 }
 
-void sendAll(int socket, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
+// False where the connection is not to be kept.
+bool send(int socket, const ScriptedReply& reply) {
+    const std::string text = encoded(reply);
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const ssize_t count = ::send(socket, rest.data(), rest.size(), MSG_NOSIGNAL);
         if (count <= 0) {
-            return; // the other side has gone: its socket tells so next
+            break; // the other side has gone: its socket tells so next
         }
-        text.remove_prefix(static_cast<std::size_t>(count));
+        rest.remove_prefix(static_cast<std::size_t>(count));
     }
+    return reply.cut == ScriptedReply::Cut::never;
 }
 
 } // namespace
@@ -104,16 +125,18 @@ std::string RecordedRequest::header(std::string_view name) const {
 }
 
 ScriptedServer::ScriptedServer()
-    : listener_(listenOnLoopback()), wakeUp_(checked(::eventfd(0, EFD_CLOEXEC))), thread_([this] { run(); }) {}
+    : listener_(listenOnLoopback()), released_(checked(::eventfd(0, EFD_CLOEXEC))),
+      thread_([this] { takeConnections(); }) {}
 
 ScriptedServer::~ScriptedServer() {
+    ::shutdown(listener_, SHUT_RDWR);
+    thread_.join();
     {
         const std::lock_guard lock(mutex_);
-        isStopping_ = true;
+        std::ranges::for_each(sockets_, [](int socket) { ::shutdown(socket, SHUT_RDWR); });
     }
-    wake();
-    thread_.join();
-    ::close(wakeUp_);
+    std::ranges::for_each(connections_, [](std::thread& connection) { connection.join(); });
+    ::close(released_);
     ::close(listener_);
 }
 
@@ -130,11 +153,7 @@ void ScriptedServer::replyTo(std::string part, ScriptedReply reply) {
 }
 
 void ScriptedServer::release() {
-    {
-        const std::lock_guard lock(mutex_);
-        isReleased_ = true;
-    }
-    wake();
+    checked(::eventfd_write(released_, 1));
 }
 
 std::vector<RecordedRequest> ScriptedServer::requests() const {
@@ -166,137 +185,56 @@ void ScriptedServer::waitForHangUps(std::size_t count) {
     waitUntil([this, count] { return hangUps_ >= count; });
 }
 
-void ScriptedServer::wake() const {
-    const std::uint64_t one = 1;
-    checked(static_cast<int>(::write(wakeUp_, &one, sizeof one)));
-}
-
-void ScriptedServer::run() {
-    for (;;) {
-        std::vector<pollfd> watched{{wakeUp_, POLLIN, 0}, {listener_, POLLIN, 0}};
-        for (const auto& [socket, connection] : connections_) {
-            watched.push_back({socket, POLLIN, 0});
-        }
-        checked(::poll(watched.data(), watched.size(), -1));
-        if (watched[0].revents != 0) {
-            std::uint64_t wakes = 0;
-            checked(static_cast<int>(::read(wakeUp_, &wakes, sizeof wakes)));
-        }
-        {
-            const std::lock_guard lock(mutex_);
-            if (isStopping_) {
-                break;
-            }
-        }
-        if (watched[1].revents != 0) {
-            takeConnection();
-        }
-        std::for_each(watched.begin() + 2, watched.end(), [this](const pollfd& polled) {
-            if (polled.revents != 0) {
-                receive(polled.fd);
-            }
-        });
-        deliverReleased();
-    }
-    while (!connections_.empty()) {
-        drop(connections_.begin()->first);
+// Until the listener is shut down.
+void ScriptedServer::takeConnections() {
+    int number = 0;
+    for (int socket = 0; (socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+        const int on = 1;
+        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        const std::lock_guard lock(mutex_);
+        sockets_.insert(socket);
+        connections_.emplace_back([this, socket, at = ++number] { serve(socket, at); });
     }
 }
 
-void ScriptedServer::takeConnection() {
-    const int socket = checked(::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC));
-    const int on = 1;
-    ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    connections_[socket].number = ++lastNumber_;
+void ScriptedServer::serve(int socket, int number) {
+    std::string input; // what has come and is not yet taken apart
+    while (answerNext(socket, number, input)) {
+    }
+    const std::lock_guard lock(mutex_);
+    ::close(socket);
+    sockets_.erase(socket);
 }
 
-void ScriptedServer::receive(int socket) {
-    const ssize_t count = ::recv(socket, buffer_.data(), buffer_.size(), 0);
-    if (count <= 0) {
-        drop(socket);
+// False where the connection has ended.
+bool ScriptedServer::answerNext(int socket, int number, std::string& input) {
+    const auto hangUp = [this] {
         const std::lock_guard lock(mutex_);
         ++hangUps_;
         news_.notify_all();
-        return;
-    }
-    Connection& connection = connections_.at(socket);
-    connection.input.append(buffer_.data(), static_cast<std::size_t>(count));
-    while (advance(socket, connection)) {
-    }
-}
-
-// Takes what has come one step further; false when there is nothing more to take, or no connection any more.
-bool ScriptedServer::advance(int socket, Connection& connection) {
-    if (connection.held) {
         return false;
+    };
+    RecordedRequest request{.connection = number};
+    if (!readHead(socket, input, request)) {
+        return hangUp();
     }
-    if (!connection.hasHead) {
-        if (!connection.input.contains("\r\n\r\n")) {
-            return false;
-        }
-        connection.request = parsedHead(cutFrom(connection.input, "\r\n\r\n"));
-        connection.request.connection = connection.number;
-        connection.missing = announcedLength(connection.request);
-        connection.hasHead = true;
-        if (const auto early = takeReply(connection.request.line(), true)) {
-            record(connection.request);
-            connection.isAnswered = true;
-            return deliver(socket, connection, *early);
-        }
+    if (const auto early = takeReply(request.line(), true)) {
+        record(request);
+        return send(socket, *early) && (readBody(socket, input, request) || hangUp());
     }
-    constexpr std::size_t keptBytes = std::size_t{1} << 20U;
-    const auto count = std::min(connection.input.size(), static_cast<std::size_t>(connection.missing));
-    std::string& body = connection.request.body;
-    body.append(connection.input, 0, std::min(count, keptBytes - body.size()));
-    connection.request.bodyBytes += static_cast<std::int64_t>(count);
-    connection.input.erase(0, count);
-    connection.missing -= static_cast<std::int64_t>(count);
-    return connection.missing == 0 && finishRequest(socket, connection);
-}
-
-bool ScriptedServer::finishRequest(int socket, Connection& connection) {
-    const RecordedRequest request = std::exchange(connection.request, RecordedRequest());
-    connection.hasHead = false;
-    if (std::exchange(connection.isAnswered, false)) {
-        return true;
+    if (!readBody(socket, input, request)) {
+        return hangUp();
     }
-    const auto reply = takeReply(request.line(), false).value_or(ScriptedReply{.status = 599});
+    const ScriptedReply reply = takeReply(request.line(), false).value_or(ScriptedReply{.status = 599});
     record(request);
-    if (reply.isHeld) {
-        connection.held = reply;
-        return false; // deliverReleased() comes after
-    }
-    return deliver(socket, connection, reply);
+    return (!reply.isHeld || waitForRelease(socket) || hangUp()) && send(socket, reply);
 }
 
-bool ScriptedServer::deliver(int socket, Connection& connection, const ScriptedReply& reply) {
-    sendAll(socket, encoded(reply));
-    connection.held.reset();
-    if (reply.cut != ScriptedReply::Cut::never) {
-        drop(socket);
-        return false;
-    }
-    return true;
-}
-
-void ScriptedServer::deliverReleased() {
-    {
-        const std::lock_guard lock(mutex_);
-        if (!isReleased_) {
-            return;
-        }
-    }
-    for (auto place = connections_.begin(); place != connections_.end();) {
-        const auto [socket, connection] = *place++; // a copy: a cut takes the connection out
-        if (connection.held) {
-            deliver(socket, connections_.at(socket), *connection.held);
-        }
-    }
-}
-
-void ScriptedServer::drop(int socket) {
-    ::close(socket);
-    connections_.erase(socket);
+// False where the other side hangs up before.
+bool ScriptedServer::waitForRelease(int socket) const {
+    std::array<pollfd, 2> watched{pollfd{released_, POLLIN, 0}, pollfd{socket, POLLIN, 0}};
+    checked(::poll(watched.data(), watched.size(), -1));
+    return watched[0].revents != 0;
 }
 
 std::optional<ScriptedReply> ScriptedServer::takeReply(const std::string& line, bool comesEarly) {

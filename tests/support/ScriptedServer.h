@@ -2,10 +2,9 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
-#include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -43,8 +42,8 @@ struct ScriptedReply {
     bool comesEarly = false; // as soon as the request's headers are there and not its body
 };
 
-// A service on loopback that answers as a test says and records what it was sent. One thread serves any number of
-// connections. A request without a reply is answered with 599. Proxy variables do not reach it.
+// A service on loopback that answers as a test says and records what it was sent. Each connection has a thread, which
+// reads and writes as it goes. A request without a reply is answered with 599. Proxy variables do not reach it.
 class ScriptedServer {
 public:
     ScriptedServer();
@@ -74,43 +73,25 @@ public:
     void waitForHangUps(std::size_t count); // connections that the other side has closed
 
 private:
-    struct Connection {
-        int number = 0;
-        std::string input; // not yet taken apart
-        RecordedRequest request;
-        std::int64_t missing = 0; // bytes of the body
-        bool hasHead = false;
-        bool isAnswered = false;           // early: what is left of the body is thrown away
-        std::optional<ScriptedReply> held; // waits for release()
-    };
-
-    void run();
-    void takeConnection();
-    void receive(int socket);
-    bool advance(int socket, Connection& connection);
-    bool finishRequest(int socket, Connection& connection);
-    bool deliver(int socket, Connection& connection, const ScriptedReply& reply);
-    void deliverReleased();
-    void drop(int socket);
+    void takeConnections();
+    void serve(int socket, int number);
+    bool answerNext(int socket, int number, std::string& input);
+    bool waitForRelease(int socket) const;
     std::optional<ScriptedReply> takeReply(const std::string& line, bool comesEarly);
     void record(const RecordedRequest& request);
-    void wake() const;
     template <class Condition>
     void waitUntil(Condition condition);
 
     int listener_;
-    int wakeUp_;
-    std::map<int, Connection> connections_; // by socket; this and the next two are the thread's alone
-    std::vector<char> buffer_ = std::vector<char>(65536);
-    int lastNumber_ = 0;
+    int released_; // an event descriptor that is readable from release() on
 
     mutable std::mutex mutex_;
     std::condition_variable news_;
-    std::deque<std::pair<std::string, ScriptedReply>> replies_;
+    std::set<int> sockets_; // closed under the lock alone, so that the end never shuts down another's
+    std::vector<std::pair<std::string, ScriptedReply>> replies_;
     std::vector<RecordedRequest> requests_;
     std::size_t hangUps_ = 0;
-    bool isReleased_ = false;
-    bool isStopping_ = false;
+    std::vector<std::thread> connections_; // the first thread's, until that has ended
     std::thread thread_;
 };
 
