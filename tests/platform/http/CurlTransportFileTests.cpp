@@ -1,8 +1,4 @@
-#include "Browser.h"
-#include "support/ScriptedServer.h"
-#include "support/TemporaryFolder.h"
-
-#include <gtest/gtest.h>
+#include "TransportFixture.h"
 
 #include <filesystem>
 #include <sys/resource.h>
@@ -11,74 +7,55 @@
 namespace platform::testing {
 namespace {
 
-using veskline::testing::ScriptedReply;
-using veskline::testing::ScriptedServer;
-
-struct Upload {
-    HttpRequest of(const std::string& path) const {
-        return {.method = "POST", .url = server.url() + "/object", .body = FileBody{path}};
-    }
+class CurlTransportFiles : public TransportFixture {
+protected:
     // Sends a file that `change` alters between a first sending, which the server redirects, and the second.
     template <class Change>
     std::string outcomeOfSecondSending(const std::string& path, Change change) {
-        server.replies({{.status = 307, .headers = {{"Location", "/again"}}, .isHeld = true}, {}});
+        server.reply({.status = 307, .headers = {{"Location", "/again"}}, .isHeld = true});
         std::string outcome;
-        std::thread sender([&] { outcome = browser.outcome(of(path)); });
+        std::thread sender([&] { outcome = outcomeOfUpload(path); });
         server.waitForRequests(1);
         change();
         server.release();
         sender.join();
         return outcome;
     }
-
-    ScriptedServer server;
-    Browser browser;
-    TemporaryFolder folder;
 };
 
-TEST(CurlTransport, SendsAFileWithTheLengthThatItHadWhenOpened) {
-    Upload upload;
-    const std::string path = upload.folder.write("notes.txt", "twelve bytes");
-    const auto grow = [&] { upload.folder.write("notes.txt", "twelve bytes and more"); };
-
-    EXPECT_EQ(upload.outcomeOfSecondSending(path, grow), "200");
-    for (const auto& request : upload.server.requests()) {
+TEST_F(CurlTransportFiles, GoOutWithTheLengthThatTheyHadWhenOpened) {
+    server.replyTo("/again", {});
+    const std::string path = folder.write("notes.txt", "twelve bytes");
+    EXPECT_EQ(outcomeOfSecondSending(path, [&] { folder.write("notes.txt", "twelve bytes and more"); }), "200");
+    EXPECT_EQ(server.requests().size(), 2U);
+    for (const auto& request : server.requests()) {
         EXPECT_EQ(request.header("Content-Length") + ": " + request.body, "12: twelve bytes");
         EXPECT_EQ(request.header("Expect") + request.header("Transfer-Encoding"), "(none)(none)");
     }
 }
 
-TEST(CurlTransport, CutsTheConnectionWhenTheFileShrinks) {
-    Upload upload;
-    const std::string path = upload.folder.write("notes.txt", "twelve bytes");
-    const auto shrink = [&] { std::filesystem::resize_file(path, 3); };
-
-    EXPECT_EQ(upload.outcomeOfSecondSending(path, shrink),
+TEST_F(CurlTransportFiles, CutTheConnectionWhenTheyShrink) {
+    const std::string path = folder.write("notes.txt", "twelve bytes");
+    EXPECT_EQ(outcomeOfSecondSending(path, [&] { std::filesystem::resize_file(path, 3); }),
               "The file \"" + path + "\" could not be sent: it became shorter meanwhile");
-    upload.server.waitForHangUps(1);
-    EXPECT_EQ(upload.server.requests().size(), 1U);
+    server.waitForHangUps(1);
+    EXPECT_EQ(server.requests().size(), 1U);
 }
 
-TEST(CurlTransport, SendsNothingOfAFileThatCannotBeRead) {
-    Upload upload;
-    const std::string missing = upload.folder.at("missing");
-    EXPECT_EQ(upload.browser.outcome(upload.of(missing)),
-              "The file \"" + missing + "\" could not be opened: No such file or directory");
-    const std::string pipe = upload.folder.at("pipe");
+TEST_F(CurlTransportFiles, AreNotWaitedForWhereTheyAreNone) {
+    const std::string pipe = folder.at("pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    for (const std::string& path : {pipe, upload.folder.string()}) {
-        EXPECT_EQ(upload.browser.outcome(upload.of(path)),
-                  "The file \"" + path + "\" could not be sent: it is not a regular file");
+    for (const std::string& path : {pipe, folder.string()}) {
+        EXPECT_EQ(outcomeOfUpload(path), "The file \"" + path + "\" could not be sent: it is not a regular file");
     }
-    EXPECT_TRUE(upload.server.requests().empty());
+    EXPECT_TRUE(server.requests().empty());
 }
 
-TEST(CurlTransport, SendsEmptyAndLargeFilesWithoutHoldingThem) {
-    Upload upload;
+TEST_F(CurlTransportFiles, AreSentAtAnySizeWithoutBeingHeld) {
     const std::int64_t large = std::int64_t{64} << 20;
-    const std::string path = upload.folder.write("file", "");
-    upload.server.replies({{}, {}});
-    EXPECT_EQ(upload.browser.outcome(upload.of(path)), "200");
+    const std::string path = folder.write("file", "");
+    server.replies({{}, {}});
+    EXPECT_EQ(outcomeOfUpload(path), "200");
     std::filesystem::resize_file(path, large); // a hole: it takes no memory of its own
     const auto peak = [] {
         rusage usage{};
@@ -86,22 +63,19 @@ TEST(CurlTransport, SendsEmptyAndLargeFilesWithoutHoldingThem) {
         return usage.ru_maxrss; // KiB
     };
     const long before = peak();
-
-    EXPECT_EQ(upload.browser.outcome(upload.of(path)), "200");
-
+    EXPECT_EQ(outcomeOfUpload(path), "200");
     EXPECT_LT(peak() - before, 16 << 10);
-    EXPECT_EQ(upload.server.requests().at(0).header("Content-Length"), "0");
-    EXPECT_EQ(upload.server.requests().at(1).bodyBytes, large);
+    EXPECT_EQ(server.requests().at(0).header("Content-Length"), "0");
+    EXPECT_EQ(server.requests().at(1).bodyBytes, large);
 }
 
-TEST(CurlTransport, TakesAnAnswerThatComesBeforeTheBodyIsSent) {
-    Upload upload;
-    const std::string path = upload.folder.write("file", "");
+TEST_F(CurlTransportFiles, MayBeAnsweredBeforeTheyAreSent) {
+    const std::string path = folder.write("file", "");
     std::filesystem::resize_file(path, 64 << 20);
-    upload.server.reply({.status = 413, .comesEarly = true});
-    EXPECT_EQ(upload.browser.outcome(upload.of(path)), "413");
-    upload.server.reply({.cut = ScriptedReply::Cut::beforeHeaders, .comesEarly = true});
-    EXPECT_TRUE(upload.browser.outcome(upload.of(path)).starts_with("The connection to the server was lost: "));
+    server.reply({.status = 413, .comesEarly = true});
+    EXPECT_EQ(outcomeOfUpload(path), "413");
+    server.reply({.cut = ScriptedReply::Cut::beforeHeaders, .comesEarly = true});
+    EXPECT_TRUE(outcomeOfUpload(path).starts_with("The connection to the server was lost: "));
 }
 
 } // namespace

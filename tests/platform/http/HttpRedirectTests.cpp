@@ -7,10 +7,9 @@ namespace platform {
 namespace {
 
 std::string redirected(const std::string& method, const std::string& url, int status, const std::string& location) {
-    HttpRequest request{.method = method, .url = url, .headers = {{"apikey", "k"}}, .body = "b"};
-    request.headers.push_back({"content-type", "text/plain"});
-    HttpResponse response{.status = status};
-    response.headers.push_back({"LOCATION", location});
+    const HttpRequest request{
+        .method = method, .url = url, .headers = {{"apikey", "k"}, {"content-type", "text/plain"}}, .body = "b"};
+    const HttpResponse response{.status = status, .headers = {{"LOCATION", location}}};
     try {
         const auto next = followRedirect(request, response);
         if (!next) {
@@ -35,7 +34,6 @@ TEST(HttpRedirect, FollowsAddressesSafely) {
         std::string next;
     } cases[] = {
         {"POST", 200, "/b", "final"},
-        {"POST", 304, "/b", "final"},
         {"POST", 301, "/b", "GET https://a.example/b apikey"},
         {"POST", 302, "?x=y", "GET https://a.example/dir/file?x=y apikey"},
         {"PATCH", 302, "b", "PATCH https://a.example/dir/b" + all},
