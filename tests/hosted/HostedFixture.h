@@ -22,7 +22,7 @@ using Lines = std::vector<std::string>;
 
 // A client with a stored session, against a scripted service.
 class HostedFixture : public ::testing::Test {
-public:
+protected:
     static StoredSession session(const std::string& name) {
         return {.accessToken = name, .refreshToken = name + "-refresh", .user = StoredUser{.id = "stored"}};
     }
@@ -46,6 +46,9 @@ public:
             return error.what();
         }
     }
+    std::string fetchFailure() {
+        return failure([this] { return client.fetchRemoteFile("key"); });
+    }
     void store(const StoredSession& stored) {
         run([&] { return sessionStore.save(stored); });
     }
@@ -67,6 +70,11 @@ public:
         return lines;
     }
     void SetUp() override { store(session("old")); }
+
+    const std::string authorized = " | Authorization: Bearer old";
+    const std::string json = " | content-type: application/json | ";
+    const std::string columns =
+        "select=id,user_id,storage_bucket,storage_key,sha256,ingested_sha256,is_deleted,path,bytes,mime,ingest_error";
 
     TemporaryFolder folder;
     ScriptedServer server;

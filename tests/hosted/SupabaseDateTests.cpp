@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ranges>
+
 namespace veskline {
 namespace {
 
@@ -10,15 +12,11 @@ using namespace std::chrono;
 
 TEST(SupabaseDate, ReadsInternetDateTimes) {
     const Time base = sys_days(2024y / May / 1) + 10h + 20min + 30s;
-    const struct {
-        const char* text;
-        Time date;
-    } cases[] = {
+    const std::pair<const char*, Time> cases[] = {
         {"2024-05-01T10:20:30Z", base},
         {"2024-05-01T10:20:30.123Z", base + 123ms},
         {"2024-05-01T10:20:30.123456+00:00", base + 123456us},
         {"2024-05-01T10:20:30.1234567891+00:00", base + 123456789ns},
-        {"2024-05-01T10:20:30+00:00", base},
         {"2024-05-01T12:50:30+02:30", base},
         {"2024-04-30T22:20:30-12:00", base},
         {"2024-02-29T00:00:00Z", sys_days(2024y / February / 29)},
@@ -30,30 +28,15 @@ TEST(SupabaseDate, ReadsInternetDateTimes) {
 }
 
 TEST(SupabaseDate, ReadsNoOtherForm) {
-    for (const std::string text : {"",
-                                   "2024-05-01",
-                                   "2024-05-01T10:20Z",
-                                   "2024-05-01T10:20:30",
-                                   "2024-05-01 10:20:30Z",
-                                   "2024-05-01t10:20:30z",
-                                   "2024-05-01T10:20:30.Z",
-                                   "2024-05-01T10:20:30,5Z",
-                                   "2024-05-01T10:20:30+0000",
-                                   "2024-05-01T10:20:30+00",
-                                   "2024-05-01T10:20:30Z ",
-                                   " 2024-05-01T10:20:30Z",
-                                   "2024-5-01T10:20:30Z",
-                                   "-024-05-01T10:20:30Z",
-                                   "2023-02-29T10:20:30Z",
-                                   "2024-13-01T10:20:30Z",
-                                   "2024-00-01T10:20:30Z",
-                                   "2024-05-01T24:00:00Z",
-                                   "2024-05-01T10:60:30Z",
-                                   "2024-05-01T10:20:61Z",
-                                   "2024-05-01T10:20:30+24:00",
-                                   "0001-01-01T00:00:00Z",
-                                   "9999-12-31T23:59:59Z",
-                                   "infinity"}) {
+    const std::string_view refused = "|2024-05-01|2024-05-01T10:20Z|2024-05-01T10:20:30|2024-05-01 10:20:30Z"
+                                     "|2024-05-01t10:20:30z|2024-05-01T10:20:30.Z|2024-05-01T10:20:30,5Z"
+                                     "|2024-05-01T10:20:30+0000|2024-05-01T10:20:30+00|2024-05-01T10:20:30Z "
+                                     "| 2024-05-01T10:20:30Z|2024-5-01T10:20:30Z|-024-05-01T10:20:30Z"
+                                     "|2023-02-29T10:20:30Z|2024-13-01T10:20:30Z|2024-00-01T10:20:30Z"
+                                     "|2024-05-01T24:00:00Z|2024-05-01T10:60:30Z|2024-05-01T10:20:61Z"
+                                     "|2024-05-01T10:20:30+24:00|0001-01-01T00:00:00Z|9999-12-31T23:59:59Z|infinity";
+    for (const auto piece : std::views::split(refused, '|')) {
+        const auto text = std::string(std::string_view(piece));
         try {
             static_cast<void>(decodeSupabaseDate(text));
             ADD_FAILURE() << text;

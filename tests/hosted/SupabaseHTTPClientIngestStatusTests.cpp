@@ -32,11 +32,10 @@ struct FiveReplies {
 };
 
 TEST_F(SupabaseHTTPClientIngestStatus, ReadsFiveThingsAtOnce) {
-    const std::string plain = " | Authorization: Bearer old";
-    const std::string count = plain + " | Prefer: count=exact | Range-Unit: items | Range: 0-0";
+    const std::string count = authorized + " | Prefer: count=exact | Range-Unit: items | Range: 0-0";
     const Lines expected{
-        "GET /rest/v1/files?select=ingested_at&ingested_at=not.is.null&order=ingested_at.desc&limit=1" + plain,
-        "GET /rest/v1/jobs?select=created_at&status=eq.queued&order=created_at.asc&limit=1" + plain,
+        "GET /rest/v1/files?select=ingested_at&ingested_at=not.is.null&order=ingested_at.desc&limit=1" + authorized,
+        "GET /rest/v1/jobs?select=created_at&status=eq.queued&order=created_at.asc&limit=1" + authorized,
         "GET /rest/v1/jobs?status=eq.error" + count, "GET /rest/v1/jobs?status=eq.queued" + count,
         "GET /rest/v1/jobs?status=eq.running" + count};
     FiveReplies().scriptFor(server);
@@ -51,11 +50,7 @@ TEST_F(SupabaseHTTPClientIngestStatus, ReadsFiveThingsAtOnce) {
 }
 
 TEST_F(SupabaseHTTPClientIngestStatus, CountsByTheHeaderElseByTheRows) {
-    const struct {
-        Headers headers;
-        const char* body;
-        std::string count;
-    } cases[] = {
+    const std::tuple<Headers, const char*, std::string> cases[] = {
         {{{"Content-Range", "57"}}, "", "57"},
         {{{"CONTENT-RANGE", "0-0/12//"}}, "", "12"},
         {{{"Content-Range", "0-0/*"}}, "[5]", "1"},
