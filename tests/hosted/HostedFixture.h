@@ -1,10 +1,8 @@
 #pragma once
 
 #include "hosted/SupabaseHTTPClient.h"
-#include "platform/async/Spawn.h"
-#include "platform/async/ThreadPool.h"
-#include "platform/http/CurlTransport.h"
 #include "state/SessionStore.h"
+#include "support/Browser.h"
 #include "support/ScriptedServer.h"
 #include "support/TemporaryFolder.h"
 

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <charconv>
 #include <chrono>
-#include <cstdlib>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -21,9 +20,6 @@ namespace veskline::testing {
 namespace {
 
 constexpr std::size_t keptBytes = std::size_t{1} << 20U;
-
-// Before main(), when no other thread can be looking at the environment.
-[[maybe_unused]] const int noProxy = ::setenv("no_proxy", "127.0.0.1", 1);
 
 int checked(int result) {
     return result >= 0 ? result : throw std::system_error(errno, std::generic_category(), "the scripted server");

@@ -43,7 +43,7 @@ struct ScriptedReply {
 };
 
 // A service on loopback that answers as a test says and records what it was sent. Each connection has a thread, which
-// reads and writes as it goes. A request without a reply is answered with 599. Proxy variables do not reach it.
+// reads and writes as it goes. A request without a reply is answered with 599.
 class ScriptedServer {
 public:
     ScriptedServer();

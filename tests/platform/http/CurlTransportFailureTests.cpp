@@ -48,7 +48,7 @@ TEST_F(CurlTransportFailures, KeepBackWhatCannotBeSent) {
                     .starts_with("Could not connect to the server: Failed to connect to 127.0.0.1"));
     EXPECT_TRUE(
         outcomeOf("GET", "ftp://127.0.0.1/").starts_with("The request could not be carried out: Protocol \"ftp\" "));
-    EXPECT_EQ(outcome({.method = "GET", .url = closed, .headers = {{"Authorization", "a\r\nEvil: b"}}}),
+    EXPECT_EQ(browser.outcome({.method = "GET", .url = closed, .headers = {{"Authorization", "a\r\nEvil: b"}}}),
               "The header \"Authorization\" of the request holds a line break");
 }
 

@@ -13,7 +13,7 @@ TEST_F(CurlTransportExchanges, SendTheHeadersOfTheRequestAndNoneOfTheirOwn) {
     request.setHeader("content-type", "text/plain");
     request.setHeader("Content-Type", "application/json");
 
-    const HttpResponse response = send(request);
+    const HttpResponse response = browser.send(request);
 
     EXPECT_EQ(std::to_string(response.status) + " " + response.body, "201 made");
     EXPECT_EQ(response.header("content-range"), "0-0/57");
@@ -33,7 +33,7 @@ TEST_F(CurlTransportExchanges, LookPastInterimAnswersAndTrailers) {
     server.reply({.raw = "HTTP/1.1 103 Early\r\nA: early\r\n\r\n"
                          "HTTP/1.1 206 Partial\r\nTransfer-Encoding: chunked\r\nB:  two \r\n\r\n"
                          "3\r\nabc\r\n0\r\nC: trailer\r\n\r\n"});
-    const HttpResponse response = send({.method = "GET", .url = server.url()});
+    const HttpResponse response = browser.send({.method = "GET", .url = server.url()});
     EXPECT_EQ(std::to_string(response.status) + " " + response.body, "206 abc");
     EXPECT_EQ(response.headers, (std::vector<HttpHeader>{{"Transfer-Encoding", "chunked"}, {"B", "two"}}));
 }
@@ -46,7 +46,7 @@ TEST_F(CurlTransportExchanges, GiveAnotherServerTheRequestWithoutItsSecrets) {
     HttpRequest request{.method = "POST", .url = server.url() + "/first", .body = "{}"};
     request.headers = {{"apikey", "k"}, {"Authorization", "Bearer t"}, {"Prefer", "p"}};
 
-    EXPECT_EQ(send(request).body, "there");
+    EXPECT_EQ(browser.send(request).body, "there");
     const auto same = server.requests().at(1);
     EXPECT_EQ(same.line() + same.header("apikey") + same.header("Authorization"), "POST /same?x=ykBearer t");
     const auto moved = other.requests().at(0);
