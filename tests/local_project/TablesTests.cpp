@@ -1,11 +1,8 @@
 #include "local_project/ProjectFixture.h"
 
-#include <fmt/format.h>
 #include <fmt/ranges.h>
 
 namespace local_project {
-
-using nlohmann::json;
 
 namespace {
 
@@ -13,73 +10,65 @@ class TablesTest : public ProjectFixture {
 protected:
     TablesTest() { options_.worker = WorkerPolicy::off; }
 
-    json read(const std::string& target) { return send("GET", "/rest/v1/" + target).json(); }
-
-    // The values of one column in the order in which the rows come.
-    std::vector<std::string> column(const std::string& name, const std::string& target) {
+    // The keys of the rows of `files` that a query selects, in their order.
+    std::vector<std::string> keys(const std::string& query) {
         std::vector<std::string> values;
-        for (const json& row : read(target)) {
-            values.push_back(row[name]);
+        for (const json& row : send("GET", "/rest/v1/files?select=storage_key&" + query).parsed()) {
+            values.push_back(row["storage_key"]);
         }
         return values;
     }
 };
 
-TEST_F(TablesTest, SelectsFiltersAndOrders) {
+TEST_F(TablesTest, SelectFilterAndOrder) {
     run();
     const std::string first = addFile("b/one.txt");
     const std::string second = addFile("a,two.txt");
-    send("PATCH", "/rest/v1/files?id=eq." + second,
-         R"({"is_deleted":true,"bytes":70,"ingested_at":"2024-05-01T10:20:30.5Z"})");
+    change("files?id=eq." + second, R"({"is_deleted":true,"bytes":70,"ingested_at":"2024-05-01T10:20:30.5Z"})");
     using Keys = std::vector<std::string>;
-    const std::vector<std::pair<std::string, Keys>> cases = {
+    const std::pair<std::string, Keys> cases[] = {
         {"", {"b/one.txt", "a,two.txt"}},
         {"order=storage_key.asc", {"a,two.txt", "b/one.txt"}},
         {"order=ingested_at.desc", {"b/one.txt", "a,two.txt"}},
         {"order=ingested_at.desc.nullslast", {"a,two.txt", "b/one.txt"}},
         {"order=bytes.desc&limit=1", {"a,two.txt"}},
-        {"offset=1", {"a,two.txt"}},
-        {"storage_key=eq.a,two.txt", {"a,two.txt"}},
         {"storage_key=in.(\"a,two.txt\",none)", {"a,two.txt"}},
         {"id=in.(" + first + "," + second + ")", {"b/one.txt", "a,two.txt"}},
         {"id=in.()", {}},
         {"ingested_at=not.is.null", {"a,two.txt"}},
-        {"ingested_at=is.null", {"b/one.txt"}},
         {"ingested_at=eq.2024-05-01T10:20:30.500000%2B00:00", {"a,two.txt"}},
         {"is_deleted=is.true", {"a,two.txt"}},
         {"is_deleted=eq.false&bytes=lt.70", {"b/one.txt"}},
         {"bytes=not.in.(5,6)", {"a,two.txt"}},
     };
-    for (const auto& [query, keys] : cases) {
-        EXPECT_EQ(column("storage_key", "files?select=storage_key&" + query), keys) << query;
+    for (const auto& [query, expected] : cases) {
+        EXPECT_EQ(keys(query), expected) << query;
     }
-    EXPECT_EQ(read("files?select=bytes,id&limit=1"), (json::array({{{"bytes", 5}, {"id", first}}})));
-    EXPECT_EQ(read("files?limit=1")[0].size(), 14U);
+    const std::vector<std::string> many(5000, first);
+    change(fmt::format("files?id=in.({})", fmt::join(many, ",")), R"({"bytes":6})");
+    EXPECT_EQ(send("GET", "/rest/v1/files?select=bytes,path&limit=1").body, R"([{"bytes":6,"path":"b/one.txt"}])");
 }
 
-TEST_F(TablesTest, CountsInTheContentRange) {
+TEST_F(TablesTest, CountInTheContentRange) {
     run();
-    const std::map<std::string, std::string> counting = {
-        {"Prefer", "count=exact"}, {"Range-Unit", "items"}, {"Range", "0-0"}};
-    const Reply none = send("GET", "/rest/v1/jobs?status=eq.queued", {}, counting);
-    EXPECT_EQ(none.status, 200);
-    EXPECT_EQ(none.headers.at("Content-Range"), "*/0");
+    const Headers counting{{"Prefer", "count=exact"}, {"Range-Unit", "items"}, {"Range", "0-0"}};
+    const auto count = [&] {
+        const Reply reply = send("GET", "/rest/v1/jobs?status=eq.queued", {}, counting);
+        return fmt::format("{} {} {}", reply.status, reply.contentRange, reply.parsed().size());
+    };
+    EXPECT_EQ(count(), "200 */0 0");
     const std::string file = addFile("a.txt");
     for (int job = 0; job < 3; ++job) {
-        EXPECT_EQ(addJob(file, "ingest").status, 201);
+        EXPECT_EQ(addJob(file, "ingest"), 201);
     }
-    const Reply three = send("GET", "/rest/v1/jobs?status=eq.queued", {}, counting);
-    EXPECT_EQ(three.status, 206);
-    EXPECT_EQ(three.headers.at("Content-Range"), "0-0/3");
-    EXPECT_EQ(three.json().size(), 1U);
+    EXPECT_EQ(count(), "206 0-0/3 1");
 }
 
-TEST_F(TablesTest, MergesADuplicateAndKeepsWhatWasLeftOut) {
+TEST_F(TablesTest, MergeADuplicateAndKeepWhatWasLeftOut) {
     run();
     const std::string id = addFile("a.txt");
-    send("PATCH", "/rest/v1/files?id=eq." + id, R"({"ingested_sha256":"old","is_deleted":true,"ingest_error":"bad"})",
-         {{"Prefer", "return=minimal"}});
-    advance(std::chrono::seconds(5));
+    change("files?id=eq." + id, R"({"ingested_sha256":"old","is_deleted":true,"ingest_error":"bad"})");
+    now_ += std::chrono::seconds(5);
     EXPECT_EQ(addFile("a.txt"), id);
     const json row = only("files");
     EXPECT_EQ(row["ingested_sha256"], "old");
@@ -89,92 +78,48 @@ TEST_F(TablesTest, MergesADuplicateAndKeepsWhatWasLeftOut) {
     EXPECT_EQ(row["updated_at"], "2024-05-01T10:20:35.000000+00:00");
 }
 
-TEST_F(TablesTest, AnswersAsPreferred) {
-    run();
-    const std::string id = addFile("a.txt");
-    const std::string row = fmt::format(R"({{"user_id":"{}","file_id":"{}","kind":"ingest"}})", userId_, id);
-    const Reply silent = send("POST", "/rest/v1/jobs", row);
-    EXPECT_EQ(silent.status, 201);
-    EXPECT_EQ(silent.body, "");
-    const Reply shown =
-        send("POST", "/rest/v1/jobs", "[" + row + "," + row + "]", {{"Prefer", "return=representation"}});
-    EXPECT_EQ(shown.status, 201);
-    EXPECT_EQ(shown.json()[1]["status"], "queued");
-    EXPECT_EQ(shown.json()[1]["attempts"], 0);
-    EXPECT_EQ(shown.json()[1]["payload"], json::object());
-    EXPECT_EQ(send("PATCH", "/rest/v1/files?id=eq." + id, R"({"is_deleted":true})").status, 204);
-    const std::string nobody = "/rest/v1/files?id=eq.00000000-0000-4000-8000-000000000000";
-    EXPECT_EQ(send("PATCH", nobody, R"({"is_deleted":true})").status, 204);
-    EXPECT_EQ(send("PATCH", nobody, R"({"is_deleted":true})", {{"Prefer", "return=representation"}}).body, "[]");
-}
-
-TEST_F(TablesTest, RefusesWhatTheColumnsAndKeysDoNotAllow) {
+TEST_F(TablesTest, RefuseWhatTheColumnsAndKeysDoNotAllow) {
     run();
     const std::string own = fmt::format(R"("user_id":"{}")", userId_);
-    const std::string file = own + R"(,"path":"p","storage_bucket":"files","storage_key":)";
+    const std::string file = "{" + own + R"(,"path":"p","storage_bucket":"files","storage_key":)";
     addFile("taken");
-    struct Case {
-        std::string method, target, body;
-        int status;
-    };
-    const std::vector<Case> cases = {
+    const std::tuple<std::string, std::string, std::string, int> cases[] = {
         {"GET", "files?select=id,colour", "", 400},
         {"GET", "files?colour=eq.red", "", 400},
-        {"GET", "files?order=colour.asc", "", 400},
         {"GET", "files?id=eq.17", "", 400},
-        {"GET", "files?bytes=eq.many", "", 400},
         {"GET", "files?path=resembles.x", "", 400},
-        {"GET", "files?id=in.17", "", 400},
         {"GET", "files?limit=-1", "", 400},
         {"GET", "people", "", 404},
-        {"DELETE", "files", "", 405},
-        {"POST", "files", "[1]", 400},
         {"POST", "files", "no json", 400},
-        {"POST", "files", "{" + file + R"("k","colour":1})", 400},
-        {"POST", "files", "{" + file + R"("k","bytes":1.5})", 400},
-        {"POST", "files", "{" + file + R"("k","is_deleted":"false"})", 400},
-        {"POST", "files", "{" + file + R"(17})", 400},
-        {"POST", "files", "{" + file + "null}", 400},
-        {"POST", "files", R"({"path":"p","storage_bucket":"files","storage_key":"k"})", 400},
-        {"POST", "files?on_conflict=path", "{" + file + R"("k"})", 400},
-        {"POST", "files", "{" + file + R"("taken"})", 409},
+        {"POST", "files", file + R"("k","colour":1})", 400},
+        {"POST", "files", file + R"("k","bytes":1.5})", 400},
+        {"POST", "files", file + "null}", 400},
+        {"POST", "files?on_conflict=path", file + R"("k"})", 400},
+        {"POST", "files", file + R"("taken"})", 409},
         {"POST", "jobs", "{" + own + R"(,"kind":"ingest","file_id":"00000000-0000-4000-8000-000000000000"})", 409},
-        {"POST", "jobs", "{" + own + R"(,"kind":"ingest","file_id":"17"})", 400},
         {"POST", "jobs", R"({"user_id":"00000000-0000-4000-8000-000000000000","kind":"ingest"})", 403},
         {"PATCH", "files", R"({"user_id":"00000000-0000-4000-8000-000000000000"})", 403},
-        {"PATCH", "files", R"({"ingested_at":"yesterday"})", 400},
     };
-    for (const Case& refused : cases) {
-        const Reply reply = send(refused.method, "/rest/v1/" + refused.target, refused.body);
-        EXPECT_EQ(reply.status, refused.status) << refused.target << " " << refused.body << " " << reply.body;
-        EXPECT_TRUE(reply.json().contains("message"));
+    for (const auto& [method, target, body, expected] : cases) {
+        const Reply reply = send(method, "/rest/v1/" + target, body);
+        EXPECT_EQ(reply.status, expected) << target << " " << body << " " << reply.body;
+        EXPECT_TRUE(reply.parsed().contains("message"));
     }
     EXPECT_EQ(only("files")["storage_key"], "taken");
 }
 
-TEST_F(TablesTest, ShowsAndChangesOnesOwnRowsAlone) {
+TEST_F(TablesTest, ShowAndChangeOnesOwnRowsAlone) {
     run();
     const std::string id = addFile("a.txt");
     const json row = only("files");
     signIn("bob@example.com");
-    EXPECT_EQ(read("files"), json::array());
-    send("PATCH", "/rest/v1/files?id=eq." + id, R"({"is_deleted":true})");
-    const json stolen = {
-        {"id", id}, {"user_id", userId_}, {"path", "x"}, {"storage_bucket", "b"}, {"storage_key", "k"}};
-    EXPECT_EQ(send("POST", "/rest/v1/files?on_conflict=id", stolen.dump(), {{"Prefer", "resolution=merge-duplicates"}})
-                  .status,
-              403);
+    EXPECT_EQ(send("GET", "/rest/v1/files").body, "[]");
+    change("files?id=eq." + id, R"({"is_deleted":true})");
+    json stolen = row;
+    stolen["user_id"] = userId_;
+    const Headers merging{{"Prefer", "resolution=merge-duplicates"}};
+    EXPECT_EQ(send("POST", "/rest/v1/files?on_conflict=id", stolen.dump(), merging).status, 403);
     EXPECT_EQ(only("files"), row);
-}
-
-TEST_F(TablesTest, TakesAListOfThousandsOfIds) {
-    run();
-    const std::string file = addFile("a.txt");
-    std::vector<std::string> ids(5000, file);
-    const Reply reply =
-        send("PATCH", fmt::format("/rest/v1/files?id=in.({})", fmt::join(ids, ",")), R"({"ingest_error":"seen"})");
-    EXPECT_EQ(reply.status, 204);
-    EXPECT_EQ(only("files")["ingest_error"], "seen");
 }
 
 } // namespace

@@ -1,0 +1,130 @@
+#include "local_project/Dashboard.h"
+#include "local_project/Digest.h"
+#include "local_project/ProjectFixture.h"
+
+#include <filesystem>
+
+namespace local_project {
+
+namespace {
+
+// The objects, what the worker makes of them, and what the journal and the page tell of both.
+class ContentsTest : public ProjectFixture {
+protected:
+    std::string content() {
+        return folder_.read("data/objects/" + std::filesystem::path(only("objects")["file"]).filename().string());
+    }
+    std::ptrdiff_t filesOnDisk() {
+        return std::distance(std::filesystem::directory_iterator(options_.data / "objects"), {});
+    }
+    void settle() { ASSERT_TRUE(project_->worker().settle(patience)); }
+};
+
+TEST_F(ContentsTest, LieUnderTheDecodedKeyAndAreReplacedOnlyWhenAsked) {
+    run();
+    const std::string large(3'000'000, 'x');
+    const std::string key = "user-1/r%C3%A9sum%C3%A9%20+1.txt";
+    EXPECT_EQ(upload(key, large), 200);
+    json object = only("objects");
+    object.erase("file");
+    EXPECT_EQ(object, (json{{"bucket", "files"},
+                            {"key", "user-1/résumé +1.txt"},
+                            {"bytes", large.size()},
+                            {"sha256", Digest::of(large)},
+                            {"content_type", "text/plain"},
+                            {"cache_control", "max-age=3600"}}));
+    EXPECT_EQ(content(), large);
+    EXPECT_EQ(status("POST", "/storage/v1/object/files/" + key, "second"), 409);
+    EXPECT_EQ(upload(key, "second"), 200);
+    EXPECT_EQ(content(), "second");
+    EXPECT_EQ(filesOnDisk(), 1);
+    signIn("bob@example.com");
+    EXPECT_EQ(upload(key, "third"), 403);
+}
+
+TEST_F(ContentsTest, StayWhenAnUploadIsCutAndLoseTheRestsOfAKilledRun) {
+    run();
+    upload("a", "first");
+    project_->faults().add(json{{"kind", "cut-upload"}, {"bytes", 1000}});
+    EXPECT_EQ(upload("a", std::string(5000, 'y')), 0);
+    EXPECT_EQ(filesOnDisk(), 1);
+    folder_.write("data/objects/half", "hal");
+    run();
+    EXPECT_EQ(filesOnDisk(), 1);
+    EXPECT_EQ(content(), "first");
+}
+
+TEST_F(ContentsTest, AreIngestedWhereTheyCanBeReadElseItSaysWhyNot) {
+    const std::tuple<std::string, std::optional<std::string>, json> cases[] = {
+        {"paper.pdf", "%PDF-1.7 ...", nullptr},
+        {"paper.PDF", "<html>", "The content is no pdf document"},
+        {"letter.docx", "PK\x03\x04", nullptr},
+        {"book.epub", "P", "The content is no epub document"},
+        {"empty.md", "", "The document is empty"},
+        {"never-uploaded.md", std::nullopt, "The object is missing from the bucket"},
+    };
+    run();
+    for (const auto& [key, content, error] : cases) {
+        if (content) {
+            upload(key, *content);
+        }
+        addJob(addFile(key), "ingest");
+    }
+    settle();
+    const json state = project_->state();
+    for (std::size_t at = 0; const auto& [key, content, error] : cases) {
+        const json& file = state["files"][at];
+        const json& job = state["jobs"][at++];
+        EXPECT_EQ(file["ingest_error"], error) << key;
+        EXPECT_EQ(file["ingested_sha256"], error.is_null() ? json("aa11") : json()) << key;
+        EXPECT_EQ(job["status"], error.is_null() ? "done" : "error") << key;
+        EXPECT_EQ(job["error"], error) << key;
+    }
+}
+
+TEST_F(ContentsTest, AreIngestedAnewWhenPutBackAndForgottenWhenDeleted) {
+    run();
+    const std::string file = addFile("late.txt");
+    addJob(file, "ingest");
+    settle();
+    upload("late.txt", "here");
+    change("jobs?id=in.(" + only("jobs").value("id", "") + ")", R"({"status":"queued","attempts":0,"error":null})");
+    settle();
+    EXPECT_EQ(only("jobs")["status"], "done");
+    EXPECT_EQ(only("jobs")["attempts"], 1);
+    addJob(file, "delete");
+    settle();
+    EXPECT_EQ(only("files")["ingested_sha256"], "aa11") << "it came back";
+    change("files?id=eq." + file, R"({"is_deleted":true})");
+    addJob(file, "delete");
+    settle();
+    EXPECT_EQ(only("files")["ingested_sha256"], nullptr);
+}
+
+TEST_F(ContentsTest, StandInTheJournalByTheirDigestAndOtherRequestsAsSent) {
+    options_.journalLimit = 2;
+    run();
+    upload("a", "content");
+    send("PATCH", "/rest/v1/jobs?id=in.(b,a)&x=%2B+&id=2", "{ }");
+    const json shown = send("GET", "/_local/journal?since=1").parsed();
+    ASSERT_EQ(shown.size(), 2U);
+    EXPECT_EQ(shown[0]["body"], (json{{"bytes", 7}, {"sha256", Digest::of("content")}}));
+    EXPECT_EQ(shown[1]["query"].dump(), R"~([["id","in.(b,a)"],["x","+ "],["id","2"]])~");
+    EXPECT_EQ(shown[1]["body"], "{ }");
+    EXPECT_EQ(shown[1]["status"], 400);
+}
+
+TEST(Dashboard, ShowsWhatClientsSentAsText) {
+    const json files = {
+        {{"id", "1"}, {"path", "<b>&\"'.txt"}, {"bytes", 2500}, {"is_deleted", false}, {"ingest_error", "<i>"}}};
+    const json jobs = {{{"kind", "<u>"}, {"file_id", "1"}, {"status", "error"}, {"error", "<s>"}}};
+    const std::string page = dashboardPage(files, jobs);
+    EXPECT_TRUE(page.contains("<td>&lt;b&gt;&amp;&quot;&#39;.txt</td><td class=\"number\">2.5 KB</td>"));
+    for (const char* tag : {"<b>&", "<i>", "<u>", "<s>"}) {
+        EXPECT_FALSE(page.contains(tag)) << tag;
+    }
+}
+
+} // namespace
+
+} // namespace local_project
