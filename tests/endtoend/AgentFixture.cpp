@@ -2,28 +2,14 @@
 
 #include "rules/FileRules.h"
 
-#include <sqlite3.h>
-
 #include <csignal>
 #include <cstdlib>
 
 namespace veskline::testing {
 
-namespace {
-
-constexpr const char* email = "ann@example.com";
-constexpr const char* password = "a long password";
-
-local_project::Options options(const std::filesystem::path& data) {
-    local_project::Options options;
-    options.data = data;
-    options.users.push_back(local_project::Credentials{email, password});
-    return options;
-}
-
-} // namespace
-
-AgentFixture::AgentFixture() : root(folder.makeFolder("documents")), project(options(folder.path() / "project")) {
+AgentFixture::AgentFixture()
+    : root(folder.makeFolder("documents")),
+      project(local_project::Options{.data = folder.path() / "project", .users = {{account, password}}}) {
     project.start();
     environment = {{"PATH", "/usr/bin:/bin"},
                    {"HOME", folder.makeFolder("home")},
@@ -32,7 +18,7 @@ AgentFixture::AgentFixture() : root(folder.makeFolder("documents")), project(opt
                    {"SUPABASE_ANON_KEY", project.options().anonKey},
                    {"DASHBOARD_URL", project.baseUrl() + "/"},
                    {"VESK_STATE_DIR", folder.at("state")},
-                   {"VESKLINE_DEMO_EMAIL", email},
+                   {"VESKLINE_DEMO_EMAIL", account},
                    {"VESKLINE_DEMO_PASSWORD", password}};
     for (const char* const name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
         if (const char* const value = std::getenv(name)) {
@@ -41,74 +27,62 @@ AgentFixture::AgentFixture() : root(folder.makeFolder("documents")), project(opt
     }
 }
 
-void AgentFixture::setUp(const std::string& mode, std::vector<std::string> roots) {
-    std::vector<std::string> arguments = roots.empty() ? std::vector{root} : std::move(roots);
-    arguments.insert(arguments.begin(), mode);
-    Program setup("veskline-demo-setup", arguments, environment);
-    ASSERT_EQ(setup.wait(), 0);
+void AgentFixture::setUp(const std::vector<std::string>& roots) {
+    std::vector<std::string> arguments{"ultra"};
+    arguments.insert(arguments.end(), roots.begin(), roots.end());
+    ASSERT_EQ(start("veskline-demo-setup", arguments)->wait(), 0);
     project.journal().clear();
 }
 
-std::unique_ptr<Program> AgentFixture::startAgent() {
-    return std::make_unique<Program>("veskline", std::vector<std::string>{}, environment);
+std::unique_ptr<Program> AgentFixture::start(const std::string& name, const std::vector<std::string>& arguments) {
+    return std::make_unique<Program>(name, arguments, environment);
+}
+
+int AgentFixture::end(Program& agent) {
+    agent.signal(SIGTERM);
+    return agent.wait();
 }
 
 std::string AgentFixture::syncOnce() {
-    const std::unique_ptr<Program> agent = startAgent();
+    const std::unique_ptr<Program> agent = start();
     EXPECT_TRUE(agent->waitForLine("Initial scan complete")) << "the agent has ended or stands still";
-    agent->signal(SIGTERM);
-    EXPECT_EQ(agent->wait(), 0);
+    EXPECT_EQ(end(*agent), 0);
     return agent->lastLine("Summary: ");
 }
 
-std::map<std::string, std::string> AgentFixture::hosted() {
+AgentFixture::Documents AgentFixture::hosted() {
     const nlohmann::json state = project.state();
     std::map<std::string, std::string> objects;
     for (const auto& object : state.at("objects")) {
         objects[object.at("key")] = object.at("sha256");
     }
-    std::map<std::string, std::string> files;
+    Documents documents;
     for (const auto& file : state.at("files")) {
         if (!file.at("is_deleted")) {
             const std::string digest = objects[file.at("storage_key")];
-            files[file.at("path")] = file.at("sha256") == digest ? digest : "the row differs from the object";
+            documents.emplace(file.at("path"), file.at("sha256") == digest ? digest : "not the object's");
         }
     }
-    return files;
+    return documents;
 }
 
-std::map<std::string, std::string> AgentFixture::disk(const std::vector<std::string>& names) const {
-    std::map<std::string, std::string> files;
+AgentFixture::Documents AgentFixture::disk(const std::vector<std::string>& names) const {
+    Documents documents;
     for (const std::string& name : names) {
-        files[name] = FileRules::sha256Hex(root + "/" + name);
+        documents.emplace(name, FileRules::sha256Hex(root + "/" + name));
     }
-    return files;
+    return documents;
 }
 
-bool AgentFixture::isDatabaseWhole() const {
-    sqlite3* database = nullptr;
-    std::string answer;
-    sqlite3_open(folder.at("state/state.sqlite3").c_str(), &database);
-    sqlite3_exec(
-        database, "pragma integrity_check",
-        [](void* text, int, char** values, char**) {
-            static_cast<std::string*>(text)->append(values[0]);
-            return 0;
-        },
-        &answer, nullptr);
-    sqlite3_close(database);
-    return answer == "ok";
-}
-
-std::vector<std::string> AgentFixture::temporaryFilesLeft() const {
-    const std::vector<std::string> known{"state.sqlite3", "session.json", "retry-queue.json"};
-    std::vector<std::string> left;
+std::set<std::string> AgentFixture::temporaryFilesLeft() const {
+    std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "state")) {
-        if (std::ranges::find(known, entry.path().filename().string()) == known.end()) {
-            left.push_back(entry.path().filename().string());
-        }
+        names.insert(entry.path().filename());
     }
-    return left;
+    for (const char* known : {"state.sqlite3", "session.json", "retry-queue.json"}) {
+        names.erase(known);
+    }
+    return names;
 }
 
 } // namespace veskline::testing

@@ -2,13 +2,14 @@
 
 #include "endtoend/Program.h"
 #include "local_project/LocalProject.h"
-#include "state/records/RemoteFileRecord.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace veskline::testing {
@@ -17,25 +18,33 @@ namespace veskline::testing {
 // as soon as it starts.
 class AgentFixture : public ::testing::Test {
 protected:
+    // The path of each document in the hosted table, and the digest of its content.
+    using Documents = std::multiset<std::pair<std::string, std::string>>;
+
     AgentFixture();
 
     std::string write(std::string_view name, std::string_view content) {
         return folder.write("documents/" + std::string(name), content);
     }
     // Signs in and stores the folders, as a user would in the window.
-    void setUp(const std::string& mode = "ultra", std::vector<std::string> roots = {});
-    [[nodiscard]] std::unique_ptr<Program> startAgent();
+    void setUp(const std::vector<std::string>& roots);
+    void setUp() { setUp({root}); }
+    [[nodiscard]] std::unique_ptr<Program> start(const std::string& name = "veskline",
+                                                 const std::vector<std::string>& arguments = {});
+    // The exit code that the agent gives to a request to end.
+    static int end(Program& agent);
     // A start, up to the end of the initial scan, and a clean end; the summary line that it logged.
     std::string syncOnce();
 
-    // What the hosted side holds of the documents that are alive there, by their path: the digest of the object's
-    // bytes where it equals the one of the row, else the words for what is wrong.
-    [[nodiscard]] std::map<std::string, std::string> hosted();
-    // What the disk holds, in the same form.
-    [[nodiscard]] std::map<std::string, std::string> disk(const std::vector<std::string>& names) const;
-    [[nodiscard]] bool isDatabaseWhole() const;
-    [[nodiscard]] std::vector<std::string> temporaryFilesLeft() const;
+    // What is alive on the hosted side. A row that differs from its object has words for a digest.
+    [[nodiscard]] Documents hosted();
+    // What lies at these places of the folder.
+    [[nodiscard]] Documents disk(const std::vector<std::string>& names) const;
+    // The names in the state folder but for those that belong there.
+    [[nodiscard]] std::set<std::string> temporaryFilesLeft() const;
 
+    const std::string account = "ann@example.com";
+    const std::string password = "a long password";
     TemporaryFolder folder;
     std::string root;
     local_project::LocalProject project;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,14 +16,6 @@ namespace veskline::testing {
 
 namespace {
 
-std::array<int, 2> makePipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw std::runtime_error("no pipe for the program under test");
-    }
-    return ends;
-}
-
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> list;
     for (std::string& text : texts) {
@@ -34,7 +27,8 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 
 } // namespace
 
-Program::Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment) {
+Program::Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment)
+    : errors_(::memfd_create("errors", MFD_CLOEXEC)) {
     const auto path = std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
     std::vector<std::string> words{path.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -42,23 +36,21 @@ Program::Program(const std::string& name, const std::vector<std::string>& argume
     for (const auto& [key, value] : environment) {
         variables.push_back(key + "=" + value);
     }
-    const std::array<int, 2> out = makePipe();
-    const std::array<int, 2> err = makePipe();
+    std::array<int, 2> ends{};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
-    const int failure =
-        ::posix_spawn(&pid_, path.c_str(), &actions, nullptr, pointers(words).data(), pointers(variables).data());
+    const bool isStarted =
+        ::pipe2(ends.data(), O_CLOEXEC) == 0 &&
+        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO) == 0 &&
+        posix_spawn_file_actions_adddup2(&actions, errors_, STDERR_FILENO) == 0 &&
+        ::posix_spawn(&pid_, path.c_str(), &actions, nullptr, pointers(words).data(), pointers(variables).data()) == 0;
     posix_spawn_file_actions_destroy(&actions);
-    ::close(out[1]);
-    ::close(err[1]);
-    if (failure != 0) {
+    ::close(ends[1]);
+    if (!isStarted) {
         throw std::runtime_error("could not start " + path.string());
     }
-    outputReader_ = std::thread([this, descriptor = out[0]] { read(descriptor, output_); });
-    errorReader_ = std::thread([this, descriptor = err[0]] { read(descriptor, errors_); });
+    reader_ = std::thread([this, descriptor = ends[0]] { readOutput(descriptor); });
 }
 
 Program::~Program() {
@@ -66,6 +58,7 @@ Program::~Program() {
         signal(SIGKILL);
     }
     wait();
+    ::close(errors_);
 }
 
 void Program::signal(int number) const {
@@ -76,26 +69,25 @@ int Program::wait() {
     if (!hasEnded_) {
         ::waitpid(pid_, &status_, 0);
         hasEnded_ = true;
-        outputReader_.join();
-        errorReader_.join();
+        reader_.join();
     }
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
 }
 
-void Program::read(int descriptor, std::vector<std::string>& lines) {
+void Program::readOutput(int descriptor) {
     std::string rest;
     std::array<char, 65536> buffer;
     for (ssize_t count = 0; (count = ::read(descriptor, buffer.data(), buffer.size())) > 0;) {
         rest.append(buffer.data(), static_cast<std::size_t>(count));
         const std::lock_guard lock(mutex_);
         for (std::size_t end = 0; (end = rest.find('\n')) != std::string::npos; rest.erase(0, end + 1)) {
-            lines.push_back(rest.substr(0, end));
+            output_.push_back(rest.substr(0, end));
         }
         changed_.notify_all();
     }
     ::close(descriptor);
     const std::lock_guard lock(mutex_);
-    isOutputOver_ = isOutputOver_ || &lines == &output_;
+    isOutputOver_ = true;
     changed_.notify_all();
 }
 
@@ -114,16 +106,18 @@ std::vector<std::string> Program::output() const {
     return output_;
 }
 
-std::vector<std::string> Program::errors() const {
-    const std::lock_guard lock(mutex_);
-    return errors_;
-}
-
 std::string Program::lastLine(std::string_view beginning) const {
     const std::lock_guard lock(mutex_);
     const auto last = std::find_if(output_.rbegin(), output_.rend(),
                                    [&](const std::string& line) { return line.starts_with(beginning); });
     return last == output_.rend() ? "" : *last;
+}
+
+std::string Program::errors() const {
+    std::string text(4096, '\0');
+    const ssize_t count = ::pread(errors_, text.data(), text.size(), 0);
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    return text;
 }
 
 } // namespace veskline::testing

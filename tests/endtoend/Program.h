@@ -37,24 +37,23 @@ public:
     [[nodiscard]] bool waitForLine(std::string_view beginning, std::size_t count = 1);
 
     [[nodiscard]] std::vector<std::string> output() const;
-    [[nodiscard]] std::vector<std::string> errors() const;
     // The last line of standard output that begins so.
     [[nodiscard]] std::string lastLine(std::string_view beginning) const;
-    [[nodiscard]] pid_t pid() const noexcept { return pid_; }
+    // The first 4 KiB of standard error.
+    [[nodiscard]] std::string errors() const;
 
 private:
-    void read(int descriptor, std::vector<std::string>& lines);
+    void readOutput(int descriptor);
 
     pid_t pid_ = -1;
     bool hasEnded_ = false;
     int status_ = 0;
+    int errors_; // a file in memory
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::string> output_;
-    std::vector<std::string> errors_;
     bool isOutputOver_ = false;
-    std::thread outputReader_;
-    std::thread errorReader_;
+    std::thread reader_;
 };
 
 } // namespace veskline::testing
