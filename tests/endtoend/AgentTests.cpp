@@ -17,20 +17,18 @@ using Agent = veskline::testing::AgentFixture;
 
 TEST_F(Agent, BringsEveryKindOfDocumentOverAndUploadsNothingTheSecondTime) {
     const std::string longest = std::string(251, 'n') + ".txt"; // 255 bytes
-    const std::pair<std::string, const char*> documents[] = {{"a.md", "x"},
-                                                             {"b.TXT", "x"},
-                                                             {"c.csv", "x"},
-                                                             {"d.rtf", "x"},
-                                                             {"sub/e.pdf", "%PDF-1.4 x"},
-                                                             {"sub/deep/f.docx", "PK x"},
-                                                             {"g.epub", "PK x"},
-                                                             {"Q3 Réport (final) #2, 100%?.txt", "x"},
-                                                             {"line\nbreak \"quoted\".md", "x"},
-                                                             {longest, "x"}};
-    std::vector<std::string> names;
-    for (const auto& [name, content] : documents) {
-        write(name, content);
-        names.push_back(name);
+    const std::vector<std::string> names{"a.md",
+                                         "b.TXT",
+                                         "c.csv",
+                                         "d.rtf",
+                                         "sub/e.pdf",
+                                         "sub/deep/f.docx",
+                                         "g.epub",
+                                         "Q3 Réport (final) #2, 100%?.txt",
+                                         "line\nbreak \"quoted\".md",
+                                         longest};
+    for (const std::string& name : names) {
+        write(name, name);
     }
     write("photo.png", "x");
     write("node_modules/n.md", "x");
@@ -74,28 +72,20 @@ TEST_F(Agent, SendsExactlyFiveRequestsForANewFileOnOneConnection) {
                                session.at("access_token").get<std::string>();
     const std::string columns =
         "id,user_id,storage_bucket,storage_key,sha256,ingested_sha256,is_deleted,path,bytes,mime,ingest_error";
-    const json row{{"user_id", user},
-                   {"path", "Client Notes/Q3 Réport.PDF"},
-                   {"storage_bucket", "files"},
-                   {"storage_key", key},
-                   {"bytes", 16},
-                   {"mime", "application/pdf"},
-                   {"is_deleted", false},
-                   {"sha256", requests[0].bodyDigest},
-                   {"ingest_error", nullptr}};
-    const json job{{"user_id", user},
-                   {"file_id", project.state().at("files").at(0).at("id")},
-                   {"kind", "ingest"},
-                   {"payload", json::object()}};
+    const std::string row = R"({"bytes":16,"ingest_error":null,"is_deleted":false,"mime":"application/pdf",)"
+                            R"("path":"Client Notes/Q3 Réport.PDF",)"
+                            R"("sha256":"c071382684dde891f341c5b691ad04535c7f90fbe574444d198ed4cd8269ba89",)"
+                            R"("storage_bucket":"files","storage_key":")" +
+                            key + R"(","user_id":")" + user + "\"}";
+    const std::string file = project.state().at("files").at(0).at("id");
+    const std::string job = R"({"file_id":")" + file + R"(","kind":"ingest","payload":{},"user_id":")" + user + "\"}";
     const std::vector<std::string> expected{
         "POST /storage/v1/object/files/" + key + common +
             " | content-type: application/pdf | cache-control: max-age=3600 | x-upsert: true",
         "GET /auth/v1/user" + common,
         "POST /rest/v1/files?on_conflict=user_id,storage_bucket,storage_key&select=" + columns + common +
-            " | Prefer: resolution=merge-duplicates,return=representation | content-type: application/json | " +
-            row.dump(),
-        "GET /auth/v1/user" + common,
-        "POST /rest/v1/jobs" + common + " | content-type: application/json | " + job.dump()};
+            " | Prefer: resolution=merge-duplicates,return=representation | content-type: application/json | " + row,
+        "GET /auth/v1/user" + common, "POST /rest/v1/jobs" + common + " | content-type: application/json | " + job};
     EXPECT_EQ(sent, expected);
 }
 

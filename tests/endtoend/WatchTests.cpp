@@ -3,66 +3,38 @@
 #include "rules/FileRules.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <functional>
+#include <cstdlib>
 #include <thread>
 
 using namespace veskline;
 using veskline::testing::Program;
-namespace fs = std::filesystem;
 
 namespace {
 
-void put(const fs::path& path, std::string_view content) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << content;
-}
-
-// Something that a user does to a folder: what lies there before in the case's own root and in a place outside all
-// roots, each with its path for content, and the deed.
+// Something that a user does, as shell commands in a place that holds the case's own root and a folder outside all
+// roots: what lies there before, and the deed.
 struct Deed {
     const char* name;
-    std::vector<std::string> before;
-    std::function<void(const fs::path& root, const fs::path& outside)> act;
+    const char* before;
+    const char* commands;
 };
 
 const Deed deeds[] = {
-    {"create", {}, [](auto& root, auto&) { put(root / "new.txt", "new"); }},
-    {"change", {"root/a.txt"}, [](auto& root, auto&) { put(root / "a.txt", "b"); }},
-    {"touch",
-     {"root/a.txt"},
-     [](auto& root, auto&) { fs::last_write_time(root / "a.txt", fs::file_time_type::clock::now()); }},
-    {"rename", {"root/a.txt"}, [](auto& root, auto&) { fs::rename(root / "a.txt", root / "b.txt"); }},
-    {"over",
-     {"root/a.txt", "root/another.txt"},
-     [](auto& root, auto&) { fs::rename(root / "a.txt", root / "another.txt"); }},
-    {"delete", {"root/a.txt", "root/b.txt"}, [](auto& root, auto&) { fs::remove(root / "a.txt"); }},
-    {"move a folder in",
-     {"outside/in/deep/a.txt", "outside/in/b.md"},
-     [](auto& root, auto& outside) { fs::rename(outside / "in", root / "in"); }},
-    {"move a folder out",
-     {"root/out/a.txt", "root/b.txt", "outside/c.txt"},
-     [](auto& root, auto& outside) { fs::rename(root / "out", outside / "out"); }},
-    {"make and fill a folder", {}, [](auto& root, auto&) { put(root / "x/y/z/a.txt", "a"); }},
-    {"unpack 5000 files",
-     {},
-     [](auto& root, auto&) {
-         for (int i = 0; i < 5000; ++i) {
-             put(root / std::to_string(i % 50) / (std::to_string(i) + ".txt"), std::to_string(i));
-         }
-     }},
-    {"an editor's save",
-     {"root/a.txt"},
-     [](auto& root, auto&) {
-         put(root / ".a.txt.swp", "edited");
-         fs::rename(root / ".a.txt.swp", root / "a.txt");
-     }},
-    {"an unsupported file", {}, [](auto& root, auto&) { put(root / "photo.png", "p"); }},
-    {"move to another root",
-     {"root/moved.txt"},
-     [](auto& root, auto&) { fs::rename(root / "moved.txt", root / "../../receive/root/moved.txt"); }},
-    {"receive", {}, [](auto&, auto&) {}},
+    {"create", "true", "echo new > root/new.txt"},
+    {"change", "echo a > root/a.txt", "echo b > root/a.txt"},
+    {"touch", "echo a > root/a.txt", "touch root/a.txt"},
+    {"rename", "echo a > root/a.txt", "mv root/a.txt root/b.txt"},
+    {"over", "echo a > root/a.txt; echo of another size > root/b.txt", "mv root/a.txt root/b.txt"},
+    {"delete", "echo a > root/a.txt; echo b > root/b.txt", "rm root/a.txt"},
+    {"move in", "mkdir -p outside/in/x; echo a > outside/in/x/a.txt; echo b > outside/in/b.md", "mv outside/in root"},
+    {"move out", "mkdir root/out; echo a > root/out/a.txt; echo b > root/b.txt", "mv root/out outside"},
+    {"make and fill a folder", "true", "mkdir -p root/x/y/z; echo a > root/x/y/z/a.txt"},
+    {"unpack 5000 files", "true",
+     "mkdir $(seq -f root/%g 50); for i in $(seq 5000); do echo $i > root/$((i % 50 + 1))/$i.txt; done"},
+    {"an editor's save", "echo a > root/a.txt", "echo edited > root/.a.txt.swp; mv root/.a.txt.swp root/a.txt"},
+    {"an unsupported file", "true", "echo p > root/photo.png"},
+    {"move to another root", "echo moved > root/moved.txt", "mv root/moved.txt ../receive/root"},
+    {"receive", "true", "true"},
 };
 
 class Watch : public veskline::testing::AgentFixture {
@@ -92,22 +64,22 @@ protected:
 
 TEST_F(Watch, BringsEveryDeedOverWithOneRescanOfItsRoot) {
     std::vector<std::string> roots;
+    const auto run = [this](const Deed& deed, const char* commands) {
+        const std::string place = folder.at("deeds/" + std::string(deed.name));
+        ASSERT_EQ(std::system(("cd \"" + place + "\" && { " + commands + "; }").c_str()), 0) << deed.name;
+    };
     for (const Deed& deed : deeds) {
-        const fs::path place = folder.path() / "deeds" / deed.name;
-        roots.push_back(place / "root");
-        fs::create_directories(roots.back());
-        for (const std::string& name : deed.before) {
-            put(place / name, name);
-        }
+        const std::string place = "deeds/" + std::string(deed.name);
+        roots.push_back(folder.makeFolder(place + "/root"));
+        folder.makeFolder(place + "/outside");
+        run(deed, deed.before);
     }
     setUp(roots);
     const std::unique_ptr<Program> agent = start();
     ASSERT_TRUE(agent->waitForLine("Watching "));
     ASSERT_EQ(hosted(), onDisk(roots));
 
-    for (std::size_t i = 0; i < roots.size(); ++i) {
-        deeds[i].act(roots[i], fs::path(roots[i]).parent_path() / "outside");
-    }
+    std::ranges::for_each(deeds, [&](const Deed& deed) { run(deed, deed.commands); });
 
     for (const std::string& each : roots) {
         EXPECT_TRUE(agent->waitForLine("Rescan: " + each)) << each;
