@@ -25,16 +25,17 @@ TEST_F(SupabaseHTTPClientFailedUploads, JoinsJobsWithTheirFilesInTheOrderOfTheJo
         {.id = "0"}};
     EXPECT_EQ(items, expected);
     const std::string jobs = "GET /rest/v1/jobs?select=id,file_id,error,created_at&status=eq.error&kind=eq.ingest"
-                             "&order=created_at.desc&limit=100";
-    EXPECT_EQ(server.lines(), (Lines{jobs, "GET /rest/v1/files?" + columns + "&id=in.(a,b,gone)"}));
+                             "&order=created_at.desc&limit=100" +
+                             authorized;
+    EXPECT_EQ(sent(), (Lines{jobs, "GET /rest/v1/files?" + columns + "&id=in.(a,b,gone)" + authorized}));
 }
 
 TEST_F(SupabaseHTTPClientFailedUploads, BringsTheLimitIntoItsBoundsAndNeedsNoFilesWhereNoJobHasOne) {
     const std::pair<std::int64_t, std::string> cases[] = {{0, "1"}, {-7, "1"}, {1, "1"}, {200, "200"}, {500, "200"}};
-    for (const auto& [limit, sent] : cases) {
+    for (const auto& [limit, bounded] : cases) {
         server.reply({.body = R"([{"id": "1"}])"});
         EXPECT_EQ(run([&] { return client.fetchFailedUploads(limit); }), (std::vector<FailedUploadItem>{{.id = "1"}}));
-        EXPECT_TRUE(server.lines().back().ends_with("&limit=" + sent)) << limit;
+        EXPECT_TRUE(sent().back().ends_with("&limit=" + bounded + authorized)) << limit;
     }
     server.replies({{.body = R"([{"id": "1"}])"}, {.status = 204}, {.body = "[]"}});
     EXPECT_EQ(run([&] { return client.retryFailedUploads(); }), 1);

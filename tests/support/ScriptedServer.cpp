@@ -4,11 +4,13 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
+#include <cstdio>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <optional>
 #include <poll.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -35,52 +37,40 @@ int listenOnLoopback() {
     return socket;
 }
 
-std::string cutFrom(std::string& text, std::string_view separator) {
-    const std::size_t end = text.find(separator);
-    std::string piece = text.substr(0, end);
-    text.erase(0, end == std::string::npos ? end : end + separator.size());
-    return piece;
-}
-
-// Puts what comes next behind the input; false where the other side has hung up.
-bool receive(int socket, std::string& input) {
-    std::array<char, 65536> buffer;
-    const ssize_t count = ::recv(socket, buffer.data(), buffer.size(), 0);
-    input.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    return count > 0;
-}
-
-bool readHead(int socket, std::string& input, RecordedRequest& request) {
-    while (!input.contains("\r\n\r\n")) {
-        if (!receive(socket, input)) {
-            return false;
+// The next line without its end; absent where the other side has hung up.
+std::optional<std::string> readLine(std::FILE* wire) {
+    std::string line;
+    for (int byte = 0; (byte = std::fgetc(wire)) != EOF; line += static_cast<char>(byte)) {
+        if (byte == '\n') {
+            return line.substr(0, line.size() - 1);
         }
     }
-    std::string head = cutFrom(input, "\r\n\r\n");
-    std::string first = cutFrom(head, "\r\n");
-    request.method = cutFrom(first, " ");
-    request.target = cutFrom(first, " ");
-    while (!head.empty()) {
-        std::string value = cutFrom(head, "\r\n");
-        std::string name = cutFrom(value, ":");
-        value.erase(0, value.starts_with(' ') ? 1 : 0);
-        request.headers.emplace_back(std::move(name), std::move(value));
-    }
-    return true;
+    return std::nullopt;
 }
 
-bool readBody(int socket, std::string& input, RecordedRequest& request) {
-    std::int64_t announced = 0;
-    const std::string text = request.header("Content-Length");
-    std::from_chars(text.data(), text.data() + text.size(), announced);
-    while (request.bodyBytes < announced) {
-        if (input.empty() && !receive(socket, input)) {
+// This and readBody: false where the other side hangs up before.
+bool readHead(std::FILE* wire, RecordedRequest& request) {
+    std::istringstream(readLine(wire).value_or("")) >> request.method >> request.target;
+    std::optional<std::string> line;
+    while ((line = readLine(wire)) && !line->empty()) {
+        const std::size_t colon = line->find(':');
+        const std::size_t value = line->find_first_not_of(' ', colon + 1);
+        request.headers.emplace_back(line->substr(0, colon), value == std::string::npos ? "" : line->substr(value));
+    }
+    return line.has_value();
+}
+
+bool readBody(std::FILE* wire, RecordedRequest& request) {
+    std::int64_t missing = 0;
+    std::istringstream(request.header("Content-Length")) >> missing;
+    std::array<char, 65536> piece;
+    for (std::size_t count = 0; missing > 0; missing -= static_cast<std::int64_t>(count)) {
+        count = std::fread(piece.data(), 1, std::min(piece.size(), static_cast<std::size_t>(missing)), wire);
+        if (count == 0) {
             return false;
         }
-        const auto count = std::min(input.size(), static_cast<std::size_t>(announced - request.bodyBytes));
-        request.body.append(input, 0, std::min(count, keptBytes - request.body.size()));
+        request.body.append(piece.data(), std::min(count, keptBytes - request.body.size()));
         request.bodyBytes += static_cast<std::int64_t>(count);
-        input.erase(0, count);
     }
     return true;
 }
@@ -99,18 +89,21 @@ std::string encoded(const ScriptedReply& reply) {
     return text + reply.body.substr(0, reply.cut == inBody ? reply.body.size() / 2 : reply.body.size());
 }
 
-// False where the connection is not to be kept.
-bool send(int socket, const ScriptedReply& reply) {
-    const std::string text = encoded(reply);
-    std::string_view rest = text;
-    while (!rest.empty()) {
-        const ssize_t count = ::send(socket, rest.data(), rest.size(), MSG_NOSIGNAL);
+// Waits until one of the two can be read, which a socket also can when the other side hangs up.
+bool comesBefore(int event, int socket) {
+    std::array<pollfd, 2> watched{pollfd{event, POLLIN, 0}, pollfd{socket, POLLIN, 0}};
+    checked(::poll(watched.data(), watched.size(), -1));
+    return watched[0].revents != 0;
+}
+
+void send(int socket, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = ::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
         if (count <= 0) {
-            break; // the other side has gone: its socket tells so next
+            return; // the other side has gone: the next reading tells so
         }
-        rest.remove_prefix(static_cast<std::size_t>(count));
+        text.remove_prefix(static_cast<std::size_t>(count));
     }
-    return reply.cut == ScriptedReply::Cut::never;
 }
 
 } // namespace
@@ -157,14 +150,6 @@ std::vector<RecordedRequest> ScriptedServer::requests() const {
     return requests_;
 }
 
-std::vector<std::string> ScriptedServer::lines() const {
-    std::vector<std::string> lines;
-    for (const RecordedRequest& request : requests()) {
-        lines.push_back(request.line());
-    }
-    return lines;
-}
-
 template <class Condition>
 void ScriptedServer::waitUntil(Condition condition) {
     std::unique_lock lock(mutex_);
@@ -194,61 +179,49 @@ void ScriptedServer::takeConnections() {
 }
 
 void ScriptedServer::serve(int socket, int number) {
-    std::string input; // what has come and is not yet taken apart
-    while (answerNext(socket, number, input)) {
+    std::FILE* const wire = ::fdopen(socket, "r");
+    while (answerNext(wire, number)) {
     }
     const std::lock_guard lock(mutex_);
-    ::close(socket);
+    std::fclose(wire);
     sockets_.erase(socket);
 }
 
 // False where the connection has ended.
-bool ScriptedServer::answerNext(int socket, int number, std::string& input) {
-    const auto hangUp = [this] {
-        const std::lock_guard lock(mutex_);
-        ++hangUps_;
-        news_.notify_all();
-        return false;
-    };
+bool ScriptedServer::answerNext(std::FILE* wire, int number) {
     RecordedRequest request{.connection = number};
-    if (!readHead(socket, input, request)) {
-        return hangUp();
+    if (!readHead(wire, request) || !readBody(wire, request)) {
+        return noteHangUp();
     }
-    if (const auto early = takeReply(request.line(), true)) {
-        record(request);
-        return send(socket, *early) && (readBody(socket, input, request) || hangUp());
+    const ScriptedReply reply = takeReply(request);
+    if (reply.isHeld && !comesBefore(released_, ::fileno(wire))) {
+        return noteHangUp();
     }
-    if (!readBody(socket, input, request)) {
-        return hangUp();
-    }
-    const ScriptedReply reply = takeReply(request.line(), false).value_or(ScriptedReply{.status = 599});
-    record(request);
-    return (!reply.isHeld || waitForRelease(socket) || hangUp()) && send(socket, reply);
+    send(::fileno(wire), encoded(reply));
+    return reply.cut == ScriptedReply::Cut::never;
 }
 
-// False where the other side hangs up before.
-bool ScriptedServer::waitForRelease(int socket) const {
-    std::array<pollfd, 2> watched{pollfd{released_, POLLIN, 0}, pollfd{socket, POLLIN, 0}};
-    checked(::poll(watched.data(), watched.size(), -1));
-    return watched[0].revents != 0;
-}
-
-std::optional<ScriptedReply> ScriptedServer::takeReply(const std::string& line, bool comesEarly) {
+bool ScriptedServer::noteHangUp() {
     const std::lock_guard lock(mutex_);
+    ++hangUps_;
+    news_.notify_all();
+    return false;
+}
+
+// Also records the request, so that whoever waits for it finds its reply taken.
+ScriptedReply ScriptedServer::takeReply(const RecordedRequest& request) {
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(request);
+    news_.notify_all();
+    const std::string line = request.line();
     const auto place =
         std::ranges::find_if(replies_, [&line](const auto& entry) { return line.contains(entry.first); });
-    if (place == replies_.end() || place->second.comesEarly != comesEarly) {
-        return std::nullopt;
+    if (place == replies_.end()) {
+        return {.status = 599};
     }
     ScriptedReply reply = std::move(place->second);
     replies_.erase(place);
     return reply;
-}
-
-void ScriptedServer::record(const RecordedRequest& request) {
-    const std::lock_guard lock(mutex_);
-    requests_.push_back(request);
-    news_.notify_all();
 }
 
 } // namespace veskline::testing

@@ -2,8 +2,8 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <cstdio>
 #include <mutex>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -36,10 +36,9 @@ struct ScriptedReply {
     int status = 200;
     std::string body;
     Headers headers;
-    std::string raw;         // sent instead of all the above, where it is not empty
-    Cut cut = Cut::never;    // where the connection is closed
-    bool isHeld = false;     // not sent before release()
-    bool comesEarly = false; // as soon as the request's headers are there and not its body
+    std::string raw;      // sent instead of all the above, where it is not empty
+    Cut cut = Cut::never; // where the connection is closed
+    bool isHeld = false;  // not sent before release()
 };
 
 // A service on loopback that answers as a test says and records what it was sent. Each connection has a thread, which
@@ -66,7 +65,6 @@ public:
     void release();
 
     [[nodiscard]] std::vector<RecordedRequest> requests() const;
-    [[nodiscard]] std::vector<std::string> lines() const;
 
     // Both block until so many have come, and throw after ten seconds.
     void waitForRequests(std::size_t count);
@@ -75,10 +73,9 @@ public:
 private:
     void takeConnections();
     void serve(int socket, int number);
-    bool answerNext(int socket, int number, std::string& input);
-    bool waitForRelease(int socket) const;
-    std::optional<ScriptedReply> takeReply(const std::string& line, bool comesEarly);
-    void record(const RecordedRequest& request);
+    bool answerNext(std::FILE* wire, int number);
+    bool noteHangUp();
+    ScriptedReply takeReply(const RecordedRequest& request);
     template <class Condition>
     void waitUntil(Condition condition);
 

@@ -69,14 +69,5 @@ TEST_F(CurlTransportFiles, AreSentAtAnySizeWithoutBeingHeld) {
     EXPECT_EQ(server.requests().at(1).bodyBytes, large);
 }
 
-TEST_F(CurlTransportFiles, MayBeAnsweredBeforeTheyAreSent) {
-    const std::string path = folder.write("file", "");
-    std::filesystem::resize_file(path, 64 << 20);
-    server.reply({.status = 413, .comesEarly = true});
-    EXPECT_EQ(outcomeOfUpload(path), "413");
-    server.reply({.cut = ScriptedReply::Cut::beforeHeaders, .comesEarly = true});
-    EXPECT_TRUE(outcomeOfUpload(path).starts_with("The connection to the server was lost: "));
-}
-
 } // namespace
 } // namespace platform::testing
