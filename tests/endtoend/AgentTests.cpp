@@ -196,8 +196,9 @@ TEST_F(Agent, FindsTheLocalProjectAsItWasWhenThatIsKilled) {
         return local;
     };
     const std::unique_ptr<Program> first = startLocal();
-    words.insert(words.end(), {"--port", std::to_string(std::stoi(folder.read("port")))});
-    environment["SUPABASE_URL"] = "http://127.0.0.1:" + words.back();
+    const std::string port = std::to_string(std::stoi(folder.read("port")));
+    words.push_back("--port=" + port);
+    environment["SUPABASE_URL"] = "http://127.0.0.1:" + port;
     write("a.txt", "first");
     write("b.txt", "kept");
     setUp();

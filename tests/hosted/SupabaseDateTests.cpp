@@ -31,18 +31,13 @@ TEST(SupabaseDate, ReadsNoOtherForm) {
     const std::string_view refused = "|2024-05-01|2024-05-01T10:20Z|2024-05-01T10:20:30|2024-05-01 10:20:30Z"
                                      "|2024-05-01t10:20:30z|2024-05-01T10:20:30.Z|2024-05-01T10:20:30,5Z"
                                      "|2024-05-01T10:20:30+0000|2024-05-01T10:20:30+00|2024-05-01T10:20:30Z "
-                                     "| 2024-05-01T10:20:30Z|2024-5-01T10:20:30Z|-024-05-01T10:20:30Z"
-                                     "|2023-02-29T10:20:30Z|2024-13-01T10:20:30Z|2024-00-01T10:20:30Z"
-                                     "|2024-05-01T24:00:00Z|2024-05-01T10:60:30Z|2024-05-01T10:20:61Z"
-                                     "|2024-05-01T10:20:30+24:00|0001-01-01T00:00:00Z|9999-12-31T23:59:59Z|infinity";
-    for (const auto piece : std::views::split(refused, '|')) {
-        const auto text = std::string(std::string_view(piece));
-        try {
-            static_cast<void>(decodeSupabaseDate(text));
-            ADD_FAILURE() << text;
-        } catch (const platform::JsonError& error) {
-            EXPECT_EQ(error.what(), "Invalid Supabase date: " + text);
-        }
+                                     "|2024-5-01T10:20:30Z|-024-05-01T10:20:30Z|2023-02-29T10:20:30Z"
+                                     "|2024-13-01T10:20:30Z|2024-00-01T10:20:30Z|2024-05-01T24:00:00Z"
+                                     "|2024-05-01T10:60:30Z|2024-05-01T10:20:61Z|2024-05-01T10:20:30+24:00"
+                                     "|0001-01-01T00:00:00Z|9999-12-31T23:59:59Z";
+    for (const auto text : std::views::split(refused, '|')) {
+        EXPECT_THROW(static_cast<void>(decodeSupabaseDate(std::string_view(text))), platform::JsonError)
+            << std::string_view(text);
     }
 }
 

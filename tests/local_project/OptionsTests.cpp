@@ -6,22 +6,6 @@ namespace local_project {
 
 namespace {
 
-TEST(LocalProjectOptions, ReadsBothSpellings) {
-    const std::vector<const char*> words{
-        "--data",    "/d",       "--port=8080",       "--user",      "a@b.c:p:w",         "--user=d@e.f:x",
-        "--profile", "deployed", "--confirm-signups", "--no-worker", "--worker-delay=250"};
-    const auto options = parseOptions(words);
-    ASSERT_TRUE(options);
-    EXPECT_EQ(options->data, "/d");
-    EXPECT_EQ(options->port, 8080);
-    ASSERT_EQ(options->users.size(), 2U);
-    EXPECT_EQ(options->users[0].password, "p:w");
-    EXPECT_EQ(options->profile, RefusalProfile::deployed);
-    EXPECT_EQ(options->signup, SignupPolicy::requiresConfirmation);
-    EXPECT_EQ(options->worker, WorkerPolicy::off);
-    EXPECT_EQ(options->workerDelay, std::chrono::milliseconds(250));
-}
-
 TEST(LocalProjectOptions, SaysWhatIsWrong) {
     const std::pair<std::vector<const char*>, std::string> cases[] = {
         {{}, "--data DIR is required: the folder that keeps accounts, rows and objects"},
