@@ -66,10 +66,13 @@ AgentFixture::Documents AgentFixture::hosted() {
     return documents;
 }
 
-AgentFixture::Documents AgentFixture::disk(const std::vector<std::string>& names) const {
+AgentFixture::Documents AgentFixture::disk(const std::vector<std::string>& roots) {
     Documents documents;
-    for (const std::string& name : names) {
-        documents.emplace(name, FileRules::sha256Hex(root + "/" + name));
+    for (const std::string& each : roots) {
+        const FileEnumerationResult found = FileRules::enumerateFiles(each);
+        for (const std::string_view path : found.supportedFiles) {
+            documents.emplace(FileRules::logicalPath(path, each), FileRules::sha256Hex(std::string(path)));
+        }
     }
     return documents;
 }

@@ -38,8 +38,9 @@ protected:
 
     // What is alive on the hosted side. A row that differs from its object has words for a digest.
     [[nodiscard]] Documents hosted();
-    // What lies at these places of the folder.
-    [[nodiscard]] Documents disk(const std::vector<std::string>& names) const;
+    // The supported files on the disk.
+    static Documents disk(const std::vector<std::string>& roots);
+    [[nodiscard]] Documents disk() const { return disk({root}); }
     // The names in the state folder but for those that belong there.
     [[nodiscard]] std::set<std::string> temporaryFilesLeft() const;
 

@@ -1,7 +1,5 @@
 #include "endtoend/AgentFixture.h"
 
-#include "rules/FileRules.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <thread>
@@ -39,17 +37,6 @@ const Deed deeds[] = {
 
 class Watch : public veskline::testing::AgentFixture {
 protected:
-    // The supported files in all roots.
-    static Documents onDisk(const std::vector<std::string>& roots) {
-        Documents documents;
-        for (const std::string& each : roots) {
-            const FileEnumerationResult found = FileRules::enumerateFiles(each);
-            for (const std::string_view path : found.supportedFiles) {
-                documents.emplace(FileRules::logicalPath(path, each), FileRules::sha256Hex(std::string(path)));
-            }
-        }
-        return documents;
-    }
     // Patient: the change stream and the debounce take real seconds in the built program.
     void waitUntilHosted(const Documents& documents) {
         const auto end = std::chrono::steady_clock::now() + Program::patience;
@@ -77,14 +64,14 @@ TEST_F(Watch, BringsEveryDeedOverWithOneRescanOfItsRoot) {
     setUp(roots);
     const std::unique_ptr<Program> agent = start();
     ASSERT_TRUE(agent->waitForLine("Watching "));
-    ASSERT_EQ(hosted(), onDisk(roots));
+    ASSERT_EQ(hosted(), disk(roots));
 
     std::ranges::for_each(deeds, [&](const Deed& deed) { run(deed, deed.commands); });
 
     for (const std::string& each : roots) {
         EXPECT_TRUE(agent->waitForLine("Rescan: " + each)) << each;
     }
-    waitUntilHosted(onDisk(roots));
+    waitUntilHosted(disk(roots));
     EXPECT_TRUE(agent->waitForLine("Summary: ", 2 * roots.size())) << "every rescan has ended";
     EXPECT_EQ(end(*agent), 0);
     for (const std::string& each : roots) {
