@@ -41,9 +41,8 @@ TEST_F(FaultsTest, PickRequestsByMethodPathTargetAndNumber) {
 
 TEST_F(FaultsTest, AreRefusedWhereTheyCannotBeRead) {
     run();
-    for (const char* description : {"no json", "{}", R"({"kind":"gremlin"})", R"({"kind":"status","colour":1})",
-                                    R"({"kind":"status","status":"500"})", R"({"kind":"status","rate":2})",
-                                    R"({"kind":"status","target":"("})", R"([{"kind":"html"},{"kind":"gremlin"}])"}) {
+    for (const char* description : {"{}", R"([{"kind":"html"},{"kind":"gremlin"}])", R"({"kind":"status","colour":1})",
+                                    R"({"kind":"status","rate":2})", R"({"kind":"status","target":"("})"}) {
         EXPECT_EQ(status("POST", "/_local/faults", description), 400) << description;
     }
     EXPECT_EQ(send("GET", "/_local/faults").parsed()["faults"], json::array());
