@@ -1,29 +1,16 @@
 #include "state/RetryQueueStore.h"
 
-#include "Faults.h"
 #include "platform/async/Spawn.h"
-#include "platform/async/ThreadPool.h"
-#include "support/TemporaryFolder.h"
+#include "state/Faults.h"
+#include "state/Stored.h"
 
 #include <gtest/gtest.h>
 
-namespace veskline {
-namespace {
-
+using namespace veskline;
+using Store = veskline::testing::Stored<RetryQueueStore>;
 using Items = std::vector<RetryQueueItem>;
 
-struct Setting {
-    TemporaryFolder folder;
-    async::ThreadPool pool{4};
-    RetryQueueStore store{pool.executor(), {.path = folder.at("queue.json")}, folder.at("older.json")};
-
-    Items read() {
-        return async::runBlocking(pool.executor(), [&] { return store.read(); });
-    }
-    void append(const RetryQueueItem& item) {
-        async::runBlocking(pool.executor(), [&] { return store.append(item); });
-    }
-};
+namespace {
 
 RetryQueueItem item(const std::string& path, const std::string& key = "k", std::optional<std::string> owner = {}) {
     return {.localPath = path, .storageKey = key, .bytes = 5, .userID = std::move(owner), .attempts = 1};
@@ -32,49 +19,59 @@ RetryQueueItem item(const std::string& path, const std::string& key = "k", std::
 const std::string oneItem = "[\n  {\n    \"attempts\": 1,\n    \"bytes\": 5,\n    \"localPath\": \"/a\",\n"
                             "    \"storageKey\": \"k\"\n  }\n]";
 
+} // namespace
+
+TEST(RetryQueueStore, KeepsEachFieldUnderItsName) {
+    const std::string full = R"([{"attempts":2,"bytes":7,"lastError":"e","legacyStorageKey":"l","localPath":"/p",)"
+                             R"("logicalPath":"p","mimeType":"m","sha256":"s","storageKey":"k","userID":"u"}])";
+    Store stored;
+    stored.folder.write("own", full);
+    stored.run(&RetryQueueStore::write, stored.run(&RetryQueueStore::read));
+    std::string text = stored.folder.read("own");
+    std::erase_if(text, [](char c) { return c == ' ' || c == '\n'; });
+    EXPECT_EQ(text, full);
+}
+
 TEST(RetryQueueStore, AppendsToWhateverIsThere) {
     const auto withBytes = [](const std::string& number) {
         return R"([{"localPath":"/a","storageKey":"k","bytes":5,"attempts":1},
                    {"localPath":"/b","storageKey":"k","bytes":)" +
                number + R"(,"attempts":1}])";
     };
-    struct Case {
+    struct Row {
         const char* name;
-        std::string own;
-        std::string older;
+        std::string own, older;
         Items items;
     };
     const Items last{item("/last")};
-    const Case cases[] = {
-        {"nothing", "none", "none", last},
-        {"one item", oneItem, "none", {item("/a"), item("/last")}},
-        {"the older queue", "none", oneItem, {item("/a"), item("/last")}},
+    const Row rows[] = {
+        {"nothing", "nothing", "nothing", last},
+        {"one item", oneItem, "nothing", {item("/a"), item("/last")}},
+        {"the older queue", "nothing", oneItem, {item("/a"), item("/last")}},
         {"its own before the older", "[]", oneItem, last},
         {"an invalid one hides the older", "nonsense", oneItem, last},
-        {"a fraction fails the whole queue", withBytes("5.5"), "none", last},
-        {"a boolean fails the whole queue", withBytes("true"), "none", last},
-        {"an overflow fails the whole queue", withBytes("9223372036854775808"), "none", last},
-        {"an invalid older one", "none", withBytes("null"), last},
+        {"a fraction fails the whole queue", withBytes("5.5"), "nothing", last},
+        {"a boolean fails the whole queue", withBytes("true"), "nothing", last},
+        {"an overflow fails the whole queue", withBytes("9223372036854775808"), "nothing", last},
+        {"no default", R"([{"localPath":"/a","storageKey":"k","bytes":5}])", "nothing", last},
+        {"an invalid older one", "nothing", withBytes("null"), last},
     };
-    for (const Case& one : cases) {
-        Setting setting;
-        one.own == "none" ? "" : setting.folder.write("queue.json", one.own);
-        one.older == "none" ? "" : setting.folder.write("older.json", one.older);
-        setting.append(item("/last"));
-        EXPECT_EQ(setting.read(), one.items) << one.name;
-        EXPECT_EQ(setting.folder.read("older.json"), one.older == "none" ? "" : one.older) << one.name;
+    for (const auto& [name, own, older, items] : rows) {
+        Store stored;
+        stored.put("own", own);
+        stored.put("older", older);
+        stored.run(&RetryQueueStore::append, item("/last"));
+        EXPECT_EQ(stored.run(&RetryQueueStore::read), items) << name;
+        EXPECT_EQ(stored.folder.read("older"), older == "nothing" ? "" : older) << name;
     }
 }
 
-TEST(RetryQueueStore, TakesTheOlderQueueOverAlsoWhenItIsEmpty) {
-    for (const std::string& older : {std::string("[]"), oneItem}) {
-        Setting setting;
-        setting.folder.write("older.json", older);
-        const Items taken = setting.read();
-        EXPECT_EQ(setting.folder.read("queue.json"), older);
-        setting.folder.write("older.json", "changed");
-        EXPECT_EQ(setting.read(), taken);
-    }
+TEST(RetryQueueStore, TakesTheOlderQueueOverOnceAlsoWhenItIsEmpty) {
+    Store stored;
+    stored.folder.write("older", "[]");
+    EXPECT_EQ(stored.run(&RetryQueueStore::read), Items());
+    stored.folder.write("older", oneItem);
+    EXPECT_EQ(stored.run(&RetryQueueStore::read), Items());
 }
 
 TEST(RetryQueueStore, SplitsTheQueueByOwnerAndKeepsItsOrder) {
@@ -86,47 +83,39 @@ TEST(RetryQueueStore, SplitsTheQueueByOwnerAndKeepsItsOrder) {
                      item("/d", "user-abc/x", "")}};
     Items all = expected.deferred;
     all.insert(all.begin() + 1, expected.active.begin(), expected.active.end());
-    Setting setting;
-    async::runBlocking(setting.pool.executor(), [&] { return setting.store.write(all); });
-    const auto found = async::runBlocking(setting.pool.executor(), [&] { return setting.store.partition("abc"); });
-    EXPECT_EQ(found, expected);
-    EXPECT_EQ(setting.read(), all);
+    Store stored;
+    stored.run(&RetryQueueStore::write, all);
+    EXPECT_EQ(stored.run(&RetryQueueStore::partition, "abc"), expected);
+    EXPECT_EQ(stored.run(&RetryQueueStore::read), all);
 }
 
 TEST(RetryQueueStore, LosesNoItemOfConcurrentAppends) {
-    Setting setting;
-    std::vector<async::TaskHandle> tasks;
+    Store stored;
     for (int number = 0; number < 50; ++number) {
-        const auto append = [&setting, number] { return setting.store.append(item(std::to_string(number))); };
-        tasks.push_back(async::spawn(setting.pool.executor(), append));
+        const auto append = [&stored, number] { return stored.store->append(item(std::to_string(number))); };
+        (void)async::spawn(stored.thread.executor(), append);
     }
-    for (const async::TaskHandle& task : tasks) {
-        task.waitBlocking();
-    }
-    EXPECT_EQ(setting.read().size(), 50U);
+    EXPECT_EQ(stored.run(&RetryQueueStore::read).size(), 50U);
 }
 
 TEST(RetryQueueStore, KeepsOldFileWhenWriteFails) {
-    Setting setting;
-    setting.append(item("/a"));
-    EXPECT_EQ(test::failureOf([&] { setting.append(item("/\xff")); }),
+    Store stored;
+    stored.run(&RetryQueueStore::append, item("/a"));
+    EXPECT_EQ(stored.failureOf(&RetryQueueStore::append, item("/\xff")),
               "The value of \"[1].localPath\" cannot be written as JSON: it is not valid UTF-8");
-    const test::FileSizeLimit limit(100);
-    EXPECT_EQ(test::failureOf([&] { setting.append(item("/b")); }),
-              "The file \"" + setting.folder.at("queue.json") + "\" could not be written: File too large");
-    EXPECT_EQ(setting.folder.read("queue.json"), oneItem);
+    const veskline::testing::FileSizeLimit full(100);
+    EXPECT_EQ(stored.failureOf(&RetryQueueStore::append, item("/b")),
+              "The file \"" + stored.place.path + "\" could not be written: File too large");
+    EXPECT_EQ(stored.folder.read("own"), oneItem);
 }
 
 // Reading the memory of a process at address 0 fails like a disk with a bad block (proc(5)).
 TEST(RetryQueueStore, DoesNotReplaceAQueueThatCannotBeReadForTheMoment) {
-    Setting setting;
-    std::filesystem::create_symlink("/proc/self/mem", setting.folder.at("queue.json"));
-    setting.folder.write("older.json", oneItem);
-    EXPECT_EQ(setting.read(), Items());
-    EXPECT_EQ(test::failureOf([&] { setting.append(item("/a")); }),
-              "The file \"" + setting.folder.at("queue.json") + "\" could not be read: Input/output error");
-    EXPECT_TRUE(std::filesystem::is_symlink(setting.folder.at("queue.json")));
+    Store stored;
+    std::filesystem::create_symlink("/proc/self/mem", stored.place.path);
+    stored.folder.write("older", oneItem);
+    EXPECT_EQ(stored.run(&RetryQueueStore::read), Items());
+    EXPECT_EQ(stored.failureOf(&RetryQueueStore::append, item("/a")),
+              "The file \"" + stored.place.path + "\" could not be read: Input/output error");
+    EXPECT_TRUE(std::filesystem::is_symlink(stored.place.path));
 }
-
-} // namespace
-} // namespace veskline

@@ -1,134 +1,118 @@
 #include "state/SessionStore.h"
 
-#include "Faults.h"
-#include "platform/async/Spawn.h"
-#include "platform/async/ThreadPool.h"
-#include "support/TemporaryFolder.h"
+#include "state/Faults.h"
+#include "state/Stored.h"
+#include "support/Unprivileged.h"
 
 #include <gtest/gtest.h>
 
-namespace veskline {
+using namespace veskline;
+using veskline::testing::FileSizeLimit;
+using veskline::testing::Unprivileged;
+using Store = veskline::testing::Stored<SessionStore>;
+
 namespace {
-
-struct Setting {
-    bool mustBeOwn = false;
-    TemporaryFolder folder;
-    async::ThreadPool pool{4};
-    std::string path = folder.at("session.json");
-    SessionStore store{pool.executor(), {.path = path, .mustBeOwn = mustBeOwn}, folder.at("older/session.json")};
-
-    std::optional<StoredSession> load() {
-        return async::runBlocking(pool.executor(), [&] { return store.load(); });
-    }
-    void save(const StoredSession& session) {
-        async::runBlocking(pool.executor(), [&] { return store.save(session); });
-    }
-    void clear() {
-        async::runBlocking(pool.executor(), [&] { return store.clear(); });
-    }
-};
 
 const StoredSession ann{.accessToken = "a", .refreshToken = "r", .user = StoredUser{.id = "u", .email = "ann@x.test"}};
 const StoredSession anonymous{.accessToken = "a", .refreshToken = "r"};
 const std::string anonymousText = "{\n  \"access_token\": \"a\",\n  \"refresh_token\": \"r\"\n}";
 
+} // namespace
+
 TEST(SessionStore, GivesBackWhatWasSavedFromAPrivateFile) {
-    Setting setting;
-    setting.save(ann);
-    EXPECT_EQ(setting.load(), ann);
-    setting.save(anonymous);
-    EXPECT_EQ(setting.load(), anonymous);
-    EXPECT_EQ(setting.folder.read("session.json"), anonymousText);
-    EXPECT_EQ(test::modeOf(setting.path), 0600U);
+    Store stored;
+    stored.run(&SessionStore::save, ann);
+    EXPECT_EQ(stored.folder.read("own"), "{\n  \"access_token\": \"a\",\n  \"refresh_token\": \"r\",\n"
+                                         "  \"user\": {\n    \"email\": \"ann@x.test\",\n    \"id\": \"u\"\n  }\n}");
+    EXPECT_EQ(stored.run(&SessionStore::load), ann);
+    stored.run(&SessionStore::save, anonymous);
+    EXPECT_EQ(stored.folder.read("own"), anonymousText);
+    EXPECT_EQ(veskline::testing::modeOf(stored.place.path), 0600U);
 }
 
 TEST(SessionStore, ReadsTheOlderSessionOnlyWhereItsOwnCannotBeRead) {
     const std::string noUserID = R"({"access_token":"a","refresh_token":"r","user":{}})";
-    struct Case {
-        const char* name;
-        std::string own;
-        std::string older;
+    struct Row {
+        std::string own, older;
         std::optional<StoredSession> loaded;
         std::string ownAfterwards;
     };
-    const Case cases[] = {
-        {"nothing", "none", "none", {}, ""},
-        {"only the older", "none", anonymousText, anonymous, anonymousText},
-        {"only an invalid older", "none", noUserID, {}, ""},
-        {"an invalid one hides the older", noUserID, anonymousText, {}, noUserID},
-        {"an empty one hides the older", "", anonymousText, {}, ""},
-        {"a folder in its place", "folder", anonymousText, anonymous, ""},
-    };
-    for (const Case& one : cases) {
-        Setting setting;
-        if (one.own != "none") {
-            one.own == "folder" ? setting.folder.makeFolder("session.json")
-                                : setting.folder.write("session.json", one.own);
-        }
-        if (one.older != "none") {
-            setting.folder.write("older/session.json", one.older);
-        }
-        EXPECT_EQ(setting.load(), one.loaded) << one.name;
-        EXPECT_EQ(setting.folder.read("session.json"), one.ownAfterwards) << one.name;
-        EXPECT_EQ(setting.folder.read("older/session.json"), one.older == "none" ? "" : one.older) << one.name;
+    for (const auto& [own, older, loaded, ownAfterwards] : {Row{"nothing", "nothing", {}, ""},
+                                                            {"nothing", anonymousText, anonymous, anonymousText},
+                                                            {"nothing", noUserID, {}, ""},
+                                                            {noUserID, anonymousText, {}, noUserID},
+                                                            {"", anonymousText, {}, ""},
+                                                            {"a folder", anonymousText, anonymous, ""}}) {
+        Store stored;
+        stored.put("own", own);
+        stored.put("older", older);
+        EXPECT_EQ(stored.run(&SessionStore::load), loaded) << own << " before " << older;
+        EXPECT_EQ(stored.folder.read("own"), ownAfterwards) << own << " before " << older;
+        EXPECT_EQ(stored.folder.read("older"), older == "nothing" ? "" : older);
     }
 }
 
 TEST(SessionStore, KeepsOldFileWhenWriteFails) {
-    Setting setting;
-    setting.save(anonymous);
-    const std::string words = "The file \"" + setting.path + "\" could not be written: ";
-    const auto saveWith = [&](const auto& fault) {
-        (void)fault;
-        return test::failureOf([&] { setting.save(ann); });
-    };
-    EXPECT_EQ(saveWith(test::FileSizeLimit(16)), words + "File too large");
-    EXPECT_EQ(saveWith(test::ReadOnlyFolder(setting.folder.string())), words + "Permission denied");
-    EXPECT_EQ(test::failureOf([&] { setting.save({.accessToken = "\xff", .refreshToken = "r"}); }),
+    Store stored;
+    stored.run(&SessionStore::save, anonymous);
+    const std::string words = "The file \"" + stored.place.path + "\" could not be written: ";
+    {
+        const FileSizeLimit full(16);
+        EXPECT_EQ(stored.failureOf(&SessionStore::save, ann), words + "File too large");
+    }
+    {
+        const Unprivileged user(stored.folder.path());
+        ::chmod(stored.folder.string().c_str(), 0555);
+        EXPECT_EQ(stored.failureOf(&SessionStore::save, ann), words + "Permission denied");
+        ::chmod(stored.folder.string().c_str(), 0700);
+    }
+    EXPECT_EQ(stored.failureOf(&SessionStore::save, {.accessToken = "\xff", .refreshToken = "r"}),
               "The value of \"access_token\" cannot be written as JSON: it is not valid UTF-8");
-    EXPECT_EQ(setting.folder.read("session.json"), anonymousText);
-    EXPECT_FALSE(setting.folder.has(".session.json.tmp"));
+    EXPECT_EQ(stored.folder.read("own"), anonymousText);
+    EXPECT_FALSE(stored.folder.has(".own.tmp"));
 }
 
 TEST(SessionStore, SignsOutWhateverLiesThere) {
-    Setting setting;
-    setting.clear();
-    setting.save(ann);
-    setting.clear();
-    EXPECT_FALSE(setting.folder.has("session.json"));
-
-    setting.folder.write("older/session.json", anonymousText);
-    setting.clear();
-    EXPECT_EQ(setting.load(), std::nullopt);
-    setting.save(ann);
-    EXPECT_EQ(setting.load(), ann);
-    setting.clear();
-    EXPECT_EQ(setting.load(), std::nullopt);
-    EXPECT_EQ(setting.folder.read("older/session.json"), anonymousText);
+    Store stored;
+    stored.run(&SessionStore::save, ann);
+    stored.run(&SessionStore::clear);
+    EXPECT_FALSE(stored.folder.has("own"));
+    stored.folder.write("older", anonymousText);
+    stored.run(&SessionStore::clear);
+    EXPECT_EQ(stored.run(&SessionStore::load), std::nullopt);
+    EXPECT_EQ(stored.folder.read("older"), anonymousText);
 }
 
 TEST(SessionStore, RemovesWhatACrashLeftBehind) {
-    Setting setting;
-    setting.folder.write(".session.json.tmp", "{\"access");
-    const SessionStore next(setting.pool.executor(), {.path = setting.path}, std::nullopt);
-    EXPECT_FALSE(setting.folder.has(".session.json.tmp"));
+    Store stored;
+    stored.folder.write(".own.tmp", "{\"access");
+    stored.open();
+    EXPECT_FALSE(stored.folder.has(".own.tmp"));
 }
 
 TEST(SessionStore, TakesNothingThatAnotherUserPlanted) {
-    for (const test::PlantedFile& planted : test::plantedFiles()) {
-        Setting setting{.mustBeOwn = true};
-        const std::string target = setting.folder.write("elsewhere/target", anonymousText);
-        planted.plant(target, setting.path);
-        EXPECT_EQ(setting.load(), std::nullopt) << planted.name;
-        EXPECT_EQ(test::failureOf([&] { setting.save(ann); }),
-                  "The file \"" + setting.path + "\" could not be used: it is a link or not a file of this user alone")
-            << planted.name;
-
-        setting.clear();
-        planted.plant(target, setting.folder.at(".session.json.tmp"));
-        setting.save(ann);
-        EXPECT_EQ(setting.load(), ann) << planted.name;
-        EXPECT_EQ(setting.folder.read("elsewhere/target"), anonymousText) << planted.name;
+    using Plant = void (*)(const std::filesystem::path& target, const std::filesystem::path& place);
+    std::vector<Plant> plants{[](auto& target, auto& place) { std::filesystem::create_symlink(target, place); },
+                              [](auto& target, auto& place) { std::filesystem::create_hard_link(target, place); }};
+    if (::geteuid() == 0) { // who else can give a file away?
+        plants.push_back([](auto& target, auto& place) {
+            std::filesystem::copy_file(target, place);
+            ASSERT_EQ(::chown(place.c_str(), 65534, 65534), 0);
+        });
+    }
+    for (const Plant plant : plants) {
+        Store stored{.mustBeOwn = true};
+        const std::string target = stored.folder.write("elsewhere/target", anonymousText);
+        plant(target, stored.place.path);
+        EXPECT_EQ(stored.run(&SessionStore::load), std::nullopt);
+        EXPECT_EQ(stored.failureOf(&SessionStore::save, ann),
+                  "The file \"" + stored.place.path +
+                      "\" could not be used: it is a link or not a file of this user alone");
+        stored.run(&SessionStore::clear);
+        plant(target, stored.folder.at(".own.tmp"));
+        stored.run(&SessionStore::save, ann);
+        EXPECT_EQ(stored.run(&SessionStore::load), ann);
+        EXPECT_EQ(stored.folder.read("elsewhere/target"), anonymousText);
     }
 }
 
@@ -137,15 +121,12 @@ TEST(SessionStore, WritesIntoNothingThatItCannotRemove) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "two users are needed: run as root";
     }
-    Setting setting{.mustBeOwn = true};
-    const std::string planted = setting.folder.write(".session.json.tmp", "");
-    test::must(::chmod(planted.c_str(), 0666));
-    test::must(::chmod(setting.folder.string().c_str(), 01777));
-    const test::Unprivileged asNobody;
-    EXPECT_EQ(test::failureOf([&] { setting.save(ann); }),
-              "The file \"" + setting.path + "\" could not be written: File exists");
-    EXPECT_EQ(setting.folder.read(".session.json.tmp"), "");
+    Store stored{.mustBeOwn = true};
+    ::chmod(stored.folder.write(".own.tmp", "").c_str(), 0666);
+    ::chmod(stored.folder.string().c_str(), 01777);
+    const TemporaryFolder ofTheUser;
+    const Unprivileged user(ofTheUser.path());
+    EXPECT_EQ(stored.failureOf(&SessionStore::save, ann),
+              "The file \"" + stored.place.path + "\" could not be written: File exists");
+    EXPECT_EQ(stored.folder.read(".own.tmp"), "");
 }
-
-} // namespace
-} // namespace veskline
