@@ -13,15 +13,9 @@ namespace {
 
 class StartStop : public veskline::testing::SyncFixture {
 protected:
-    [[nodiscard]] async::TaskHandle beginStart(const std::vector<std::string>& roots) {
-        return async::spawn(thread.executor(), [this, roots] { return coordinator.startSync(roots, SyncMode::ultra); });
-    }
-    [[nodiscard]] async::TaskHandle beginStop() {
-        return async::spawn(thread.executor(), [this] { return coordinator.stopSync(); });
-    }
-    [[nodiscard]] bool hasLineAfter(std::string_view first, std::string_view later) const {
-        const auto at = std::ranges::find(lines, first);
-        return std::any_of(at, lines.end(), [&](const std::string& line) { return line.starts_with(later); });
+    [[nodiscard]] bool hasLineAfterTheStop(std::string_view beginning) const {
+        const auto stopped = std::ranges::find(lines, "Sync stopped.");
+        return std::any_of(stopped, lines.end(), [&](const std::string& line) { return line.starts_with(beginning); });
     }
     // Everything on the disk is on the hosted side, and nothing that is not on the disk is alive there.
     void expectLevel(const std::map<std::string, std::string>& disk) {
@@ -33,6 +27,7 @@ protected:
         }
         EXPECT_EQ(alive, disk);
     }
+    const StoredUser ann{.id = "ann", .email = "ann@example.com"};
 };
 
 } // namespace
@@ -43,82 +38,48 @@ TEST_F(StartStop, IsSilentWithoutFoldersWhileRunningAndWhenIdle) {
     EXPECT_TRUE(lines.empty());
     start();
     EXPECT_TRUE(start({folder.makeFolder("other")}, SyncMode::regular).empty()) << "a second start changes nothing";
-    const SyncStateSnapshot snapshot = thread.run([&] { return coordinator.restoreSnapshot(); });
-    const SyncStateSnapshot expected{.user = StoredUser{.id = "ann", .email = "ann@example.com"},
-                                     .running = true,
-                                     .folders = {root},
-                                     .mode = SyncMode::ultra,
-                                     .autoStart = true};
-    EXPECT_EQ(snapshot, expected);
+    EXPECT_EQ(snapshot(), (SyncStateSnapshot{ann, true, {root}, SyncMode::ultra, true}));
     stop();
     EXPECT_EQ(lines, std::vector<std::string>{"Sync stopped."});
 }
 
 TEST_F(StartStop, RestoresWhatItCanAndFallsBackForTheRest) {
+    EXPECT_EQ(snapshot(), (SyncStateSnapshot{.user = ann}));
     struct Row {
-        const char* name;
         std::string folders, mode, autoIndex;
         SyncStateSnapshot expected;
     };
-    const StoredUser ann{.id = "ann", .email = "ann@example.com"};
-    const Row rows[] = {
-        {"as stored", R"(["/a","/b"])", "ultra", "true", {ann, false, {"/a", "/b"}, SyncMode::ultra, true}},
-        {"no JSON", "[\"/a\"", "turbo", "TRUE", {ann, false, {}, SyncMode::regular, false}},
-        {"not all texts", "[\"/a\", 1]", "", "", {ann, false, {}, SyncMode::regular, false}},
-    };
-    EXPECT_EQ(thread.run([&] { return coordinator.restoreSnapshot(); }), (SyncStateSnapshot{.user = ann}));
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        thread.run([&] { return database.setPreference(row.folders, "watched_folders"); });
-        thread.run([&] { return database.setPreference(row.mode, "pref_mode"); });
-        thread.run([&] { return database.setPreference(row.autoIndex, "auto_index"); });
-        EXPECT_EQ(thread.run([&] { return coordinator.restoreSnapshot(); }), row.expected);
+    for (const Row& row : {Row{R"(["/a","/b"])", "ultra", "true", {ann, false, {"/a", "/b"}, SyncMode::ultra, true}},
+                           Row{"[\"/a\"", "turbo", "TRUE", {.user = ann}}, Row{"[\"/a\", 1]", "", "", {.user = ann}}}) {
+        storePreference("watched_folders", row.folders);
+        storePreference("pref_mode", row.mode);
+        storePreference("auto_index", row.autoIndex);
+        EXPECT_EQ(snapshot(), row.expected) << row.folders;
     }
-    project.setFaults([](std::string_view) { return std::optional(InProcessProject::Fault{.status = 0}); });
-    EXPECT_EQ(thread.run([&] { return coordinator.restoreSnapshot(); }).user, std::nullopt);
+    failAt("", 0);
+    EXPECT_EQ(snapshot().user, std::nullopt);
 }
 
-TEST_F(StartStop, StopsAtTheNextFileAndLeavesTheRestForTheNextStart) {
-    write("a.txt", "a");
-    write("b.txt", "b");
-    write("gone.txt", "c");
-    start();
-    stop();
-    write("a.txt", "a2");
-    write("b.txt", "b2");
-    removeFile("gone.txt");
-    lines.clear();
-    project.hold("POST /storage/v1/object");
-    const async::TaskHandle run = beginStart({root});
-    thread.settle();
-    stop();
-    EXPECT_EQ(lines.back(), "Sync stopped.");
-    project.release();
-    thread.settle();
-    EXPECT_TRUE(run.hasEnded());
-    EXPECT_EQ(lines.back(), summaryOf(1, 0, 0, 0)) << "the file in flight ended, the delete pass was left out";
-    EXPECT_FALSE(hasLineAfter("Sync stopped.", "Initial scan"));
-    EXPECT_FALSE(progress.back().isActive);
-    start();
-    EXPECT_EQ(summary(), summaryOf(1, 1, 1, 0));
-    expectLevel({{"a.txt", "a2"}, {"b.txt", "b2"}});
-}
-
-TEST_F(StartStop, RunsTheDeletePassAfterAStopDuringTheLastFile) {
-    write("a.txt", "a");
-    write("gone.txt", "b");
-    start();
-    stop();
-    write("a.txt", "a2");
-    removeFile("gone.txt");
-    lines.clear();
-    project.hold("POST /storage/v1/object");
-    const async::TaskHandle run = beginStart({root});
-    thread.settle();
-    stop();
-    project.release();
-    thread.settle();
-    EXPECT_EQ(lines.back(), summaryOf(1, 0, 1, 0));
+TEST_F(StartStop, EndsTheFileInFlightAndTheDeletePassOnlyWhereThatWasTheLast) {
+    for (const bool isLast : {false, true}) {
+        write("gone.txt", "c");
+        write("a.txt", isLast ? "1" : "2");
+        restart();
+        stop();
+        write("a.txt", "changed");
+        isLast ? removeFile("b.txt") : static_cast<void>(write("b.txt", "b"));
+        removeFile("gone.txt");
+        const async::TaskHandle run = beginHeldAt("POST /storage/v1/object");
+        stop();
+        EXPECT_EQ(lines.back(), "Sync stopped.");
+        letGo();
+        EXPECT_TRUE(run.hasEnded());
+        EXPECT_EQ(lines.back(), isLast ? summaryOf(1, 0, 2, 0) : summaryOf(1, 0, 0, 0));
+        EXPECT_FALSE(progress.back().isActive);
+        start();
+        EXPECT_EQ(summary(), isLast ? summaryOf(0, 1, 0, 0) : summaryOf(1, 1, 1, 0));
+    }
+    expectLevel({{"a.txt", "changed"}});
 }
 
 // Stops a start that has work of every kind, after each number of steps until it is over before the stop comes.
@@ -138,20 +99,20 @@ TEST_F(StartStop, EndsAStartWhereverTheStopComesAndTheNextOneFinishesIt) {
         removeFile("old.txt");
         folder.write("second/b.txt", text + ", changed");
         lines.clear();
-        const async::TaskHandle run = beginStart({root, second});
+        const async::TaskHandle run = begin({root, second});
         for (int step = 0; step < rounds && thread.step(); ++step) {
         }
         wasOverBefore = run.hasEnded();
-        const async::TaskHandle stopping = beginStop();
+        const async::TaskHandle stopping = async::spawn(thread.executor(), [this] { return coordinator.stopSync(); });
         thread.settle();
         ASSERT_TRUE(run.hasEnded() && stopping.hasEnded());
-        if (!wasOverBefore && countLines("Initial scan complete") == 0) {
-            EXPECT_FALSE(hasLineAfter("Sync stopped.", "Initial scan"));
-            EXPECT_FALSE(hasLineAfter("Sync stopped.", "Starting sync"));
+        for (const char* const work : {"Starting sync", "Initial scan", "Watching"}) {
+            EXPECT_FALSE(hasLineAfterTheStop(work));
         }
         EXPECT_FALSE(progress.back().isActive);
         // A stop that came before the start itself found nothing to stop.
         stop();
+        EXPECT_EQ(stream.starts, stream.stops) << "also where it was being made when the stop came";
         start({root, second});
         expectLevel({{"a.txt", text + ", changed"}, {"b.txt", text + ", changed"}});
         EXPECT_TRUE(queue().empty());
@@ -167,14 +128,11 @@ TEST_F(StartStop, EndsAStartWhereverTheStopComesAndTheNextOneFinishesIt) {
 TEST_F(StartStop, LeavesTheOldRunsScanBehindWhenANewOneBegins) {
     write("a.txt", "a");
     write("b.txt", "b");
-    project.hold("POST /storage/v1/object");
-    const async::TaskHandle first = beginStart({root});
-    thread.settle();
+    const async::TaskHandle first = beginHeldAt("POST /storage/v1/object");
     stop();
-    const async::TaskHandle second = beginStart({root});
+    const async::TaskHandle second = begin({root});
     thread.settle();
-    project.release();
-    thread.settle();
+    letGo();
     EXPECT_TRUE(first.hasEnded() && second.hasEnded());
     EXPECT_EQ(countLines(summaryOf(1, 0, 0, 0)), 1U) << "the old run ended after the file it was at";
     EXPECT_EQ(countLines("Summary: "), 2U);
@@ -195,14 +153,10 @@ TEST_F(StartStop, StandsStillAfterAFailedStartSoThatTheNextOneWorks) {
     EXPECT_TRUE(progress.back().isActive) << "the progress stays as it stood";
     start();
     EXPECT_EQ(summary(), summaryOf(1, 0, 0, 0));
-}
-
-TEST_F(StartStop, ReportsTheScansOwnFailureAndSkipsTheRootsBehindIt) {
-    const std::string second = folder.makeFolder("second");
-    write("a.txt", "a");
+    stop();
     OtherConnection(folder.at("state.sqlite3")).run("drop table files");
-    EXPECT_THROW(start({root, second}), std::exception);
-    EXPECT_EQ(lines.back(), "Initial scan: " + root);
+    EXPECT_THROW(start({root, folder.makeFolder("second")}), std::exception);
+    EXPECT_EQ(lines.back(), "Initial scan: " + root) << "the roots behind it are skipped";
 }
 
 TEST_F(StartStop, SignsOutAndStopsAndKeepsWhatBelongsToTheMachine) {
@@ -212,20 +166,5 @@ TEST_F(StartStop, SignsOutAndStopsAndKeepsWhatBelongsToTheMachine) {
     EXPECT_EQ(lines.back(), "Sync stopped.");
     EXPECT_EQ(thread.run([&] { return sessionStore.load(); }), std::nullopt);
     EXPECT_TRUE(rowOf("a.txt"));
-    const SyncStateSnapshot expected{.folders = {root}, .mode = SyncMode::ultra, .autoStart = true};
-    EXPECT_EQ(thread.run([&] { return coordinator.restoreSnapshot(); }), expected);
-}
-
-TEST_F(StartStop, TellsANewHandlerTheCurrentValueAtOnce) {
-    write("a.txt", "a");
-    write("x.zip", "x");
-    start();
-    std::vector<std::int64_t> counts;
-    thread.run([&] { return coordinator.setUnsupportedFilesHandler([&](std::int64_t n) { counts.push_back(n); }); });
-    EXPECT_EQ(counts, std::vector<std::int64_t>{1});
-    IndexingProgressSnapshot told;
-    thread.run([&] {
-        return coordinator.setIndexingHandler([&](const IndexingProgressSnapshot& snapshot) { told = snapshot; });
-    });
-    EXPECT_EQ(told, progress.back());
+    EXPECT_EQ(snapshot(), (SyncStateSnapshot{std::nullopt, false, {root}, SyncMode::ultra, true}));
 }

@@ -51,6 +51,17 @@ protected:
         return folder.write("documents/" + std::string(name), content);
     }
     void removeFile(std::string_view name) { std::filesystem::remove_all(root + "/" + std::string(name)); }
+    // Answers each request whose text holds `part` so, until heal().
+    void failAt(std::string part, int status) {
+        project.setFaults([part = std::move(part), status](std::string_view request) {
+            const bool fails = request.find(part) != std::string_view::npos;
+            return fails ? std::optional(InProcessProject::Fault{.status = status}) : std::nullopt;
+        });
+    }
+    void heal() { project.setFaults({}); }
+    void storePreference(const std::string& key, const std::string& value) {
+        thread.run([&] { return database.setPreference(value, key); });
+    }
 
     // A start to its end; gives the lines that it logged.
     std::vector<std::string> start(SyncMode mode = SyncMode::ultra) { return start({root}, mode); }
@@ -60,6 +71,21 @@ protected:
         thread.run([&] { return coordinator.startSync(roots, mode); });
         project.forgetRequest(before, "GET /auth/v1/user"); // the drain's question for the user
         return lines;
+    }
+    // A start that goes on as the thread does.
+    async::TaskHandle begin(const std::vector<std::string>& roots) {
+        return async::spawn(thread.executor(), [this, roots] { return coordinator.startSync(roots, SyncMode::ultra); });
+    }
+    // The same, up to the first request whose text holds `part`: it waits for letGo().
+    async::TaskHandle beginHeldAt(std::string part) {
+        project.hold(std::move(part));
+        const async::TaskHandle run = begin({root});
+        thread.settle();
+        return run;
+    }
+    void letGo() {
+        project.release();
+        thread.settle();
     }
     void stop() {
         thread.run([&] { return coordinator.stopSync(); });
@@ -76,6 +102,9 @@ protected:
     }
     std::vector<RetryQueueItem> queue() {
         return thread.run([&] { return retryQueue.read(); });
+    }
+    SyncStateSnapshot snapshot() {
+        return thread.run([&] { return coordinator.restoreSnapshot(); });
     }
     [[nodiscard]] std::size_t countLines(std::string_view beginning) const {
         return static_cast<std::size_t>(
