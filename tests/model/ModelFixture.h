@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/DesktopAppModel.h"
+#include "state/EnvironmentVariable.h"
 #include "support/InProcessProject.h"
 #include "support/OneThread.h"
 #include "support/ScriptedEventStream.h"
@@ -8,38 +9,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace veskline::testing {
-
-// A variable of the process's environment, as it was again when the test ends.
-class EnvironmentVariable {
-public:
-    EnvironmentVariable(const char* name, const std::string& value) : name_(name) {
-        if (const char* const before = std::getenv(name)) {
-            before_ = before;
-        }
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~EnvironmentVariable() {
-        if (before_) {
-            ::setenv(name_, before_->c_str(), 1);
-        } else {
-            ::unsetenv(name_);
-        }
-    }
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
-private:
-    const char* name_;
-    std::optional<std::string> before_;
-};
 
 // The application model on one thread, over a state folder of its own and a hosted project in the test.
 class ModelFixture : public ::testing::Test {
@@ -67,10 +43,19 @@ protected:
             run(&DesktopAppModel::signOut);
             model.reset();
             if (session) {
-                SessionStore store(thread.executor());
-                thread.run([&] { return store.save(*session); });
+                store(*session);
             }
         }
+    }
+    // The same with all that the last run left, up to the end of the sync's first scan.
+    void launchRunning() {
+        storeSession();
+        storeSelection();
+        launch();
+        run(&DesktopAppModel::bootstrap);
+    }
+    [[nodiscard]] std::ptrdiff_t timesLogged(std::string_view line) const {
+        return std::ranges::count(model->logLines(), line);
     }
     // Starts an operation of the model as a button does; it goes on as the thread does.
     template <class Operation>
@@ -83,20 +68,36 @@ protected:
         thread.run([&]() -> async::Task<> { co_await task.end(); });
         thread.settle();
     }
-    void storeSelection(std::vector<std::string> folders, SyncMode mode) {
+    void letGo() {
+        project.release();
+        thread.settle();
+    }
+    // Answers each request whose text holds `part` so, until heal().
+    void failAt(std::string part, int status = 500) {
+        project.setFaults([part = std::move(part), status](std::string_view request) {
+            const bool fails = request.contains(part);
+            return fails ? std::optional(InProcessProject::Fault{.status = status}) : std::nullopt;
+        });
+    }
+    void heal() { project.setFaults({}); }
+
+    // What the last run left: ann's session, and a sync of the folder "documents" with one document in it.
+    void storeSelection() {
+        folder.write("documents/a.txt", "a");
         LocalDatabase database(thread.executor());
         StoredSelection selection(database);
-        thread.run([&] { return selection.write(folders, mode); });
+        thread.run([&] { return selection.write({folder.at("documents")}, SyncMode::ultra); });
+    }
+    void storeSession() {
+        project.signIn("ann");
+        store(StoredSession{project.accessToken(), project.refreshToken(), StoredUser{.id = "ann", .email = {}}});
     }
     [[nodiscard]] std::optional<StoredSession> storedSession() {
         SessionStore store(thread.executor());
         return thread.run([&] { return store.load(); });
     }
-    void storeSession() {
+    void store(const StoredSession& session) {
         SessionStore store(thread.executor());
-        const StoredSession session{.accessToken = project.accessToken(),
-                                    .refreshToken = project.refreshToken(),
-                                    .user = StoredUser{.id = project.userID(), .email = std::nullopt}};
         thread.run([&] { return store.save(session); });
     }
 

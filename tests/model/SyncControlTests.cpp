@@ -1,10 +1,7 @@
 #include "model/ModelFixture.h"
 
-#include <algorithm>
-
 using namespace veskline;
 using namespace std::chrono_literals;
-using veskline::testing::InProcessProject;
 
 namespace {
 
@@ -12,24 +9,24 @@ class SyncControl : public veskline::testing::ModelFixture {
 protected:
     // Signed in, with one folder selected and nothing started.
     void launchSignedIn() {
-        folder.write("documents/a.txt", "a");
-        project.signIn("ann");
         storeSession();
-        storeSelection({folder.at("documents")}, SyncMode::ultra);
+        storeSelection();
         LocalDatabase database(thread.executor());
         thread.run([&] { return database.setPreference("false", "auto_index"); });
         launch();
         run(&DesktopAppModel::bootstrap);
         project.forgetJournal();
     }
+    // Up to the first request whose text holds `part`.
+    template <class Operation>
+    async::TaskHandle beginHeldAt(std::string part, Operation operation) {
+        project.hold(std::move(part));
+        const async::TaskHandle task = begin(operation);
+        thread.settle();
+        return task;
+    }
     [[nodiscard]] std::string texts() const {
         return std::string(model->isRunning() ? "running" : "stopped") + " [" + model->syncStatus() + "]";
-    }
-    void failAt(std::string part) {
-        project.setFaults([part = std::move(part)](std::string_view request) {
-            return request.find(part) != std::string_view::npos ? std::optional(InProcessProject::Fault{.status = 500})
-                                                                : std::nullopt;
-        });
     }
 };
 
@@ -39,13 +36,10 @@ TEST_F(SyncControl, StartTellsOfItsEndAndStopAnswersAlsoWhenIdle) {
     launchSignedIn();
     run(&DesktopAppModel::stopSync);
     EXPECT_EQ(texts(), "stopped [Stopped]");
-    project.hold("POST /storage/v1/object");
-    const async::TaskHandle starting = begin(&DesktopAppModel::startSync);
-    thread.settle();
+    const async::TaskHandle starting = beginHeldAt("POST /storage/v1/object", &DesktopAppModel::startSync);
     EXPECT_EQ(texts(), "stopped []") << "during the initial scan";
     EXPECT_TRUE(model->indexingProgress().isActive);
-    project.release();
-    thread.settle();
+    letGo();
     EXPECT_TRUE(starting.hasEnded());
     EXPECT_EQ(texts(), "running [Running]");
     run(&DesktopAppModel::startSync);
@@ -57,17 +51,11 @@ TEST_F(SyncControl, StartTellsOfItsEndAndStopAnswersAlsoWhenIdle) {
 
 TEST_F(SyncControl, AStartThatAStopHasOvertakenSaysNothingOfRunning) {
     launchSignedIn();
-    project.hold("POST /storage/v1/object");
-    const async::TaskHandle first = begin(&DesktopAppModel::startSync);
-    thread.settle();
+    const async::TaskHandle first = beginHeldAt("POST /storage/v1/object", &DesktopAppModel::startSync);
     run(&DesktopAppModel::stopSync);
+    letGo();
+    EXPECT_TRUE(first.hasEnded());
     EXPECT_EQ(texts(), "stopped [Stopped]");
-    const async::TaskHandle second = begin(&DesktopAppModel::startSync);
-    thread.settle();
-    project.release();
-    thread.settle();
-    EXPECT_TRUE(first.hasEnded() && second.hasEnded());
-    EXPECT_EQ(texts(), "running [Running]") << "the second start's words";
 }
 
 TEST_F(SyncControl, AStartThatFailedShowsWhyAndReadsNothing) {
@@ -76,9 +64,6 @@ TEST_F(SyncControl, AStartThatFailedShowsWhyAndReadsNothing) {
     run(&DesktopAppModel::startSync);
     EXPECT_EQ(texts(), "stopped [Supabase request failed with status 500]");
     EXPECT_EQ(project.requestsWith("/rest/v1/"), 0U);
-    project.setFaults({});
-    run(&DesktopAppModel::startSync);
-    EXPECT_EQ(texts(), "running [Running]");
 }
 
 TEST_F(SyncControl, PollsEveryMinuteFromTheEndOfEachReadWhileSignedIn) {
@@ -91,19 +76,10 @@ TEST_F(SyncControl, PollsEveryMinuteFromTheEndOfEachReadWhileSignedIn) {
     failAt("/rest/v1/");
     thread.advance(60s);
     EXPECT_EQ(model->ingestStatus(), std::nullopt) << "an outage blanks both fields and ends no polling";
-    project.setFaults({});
+    heal();
     thread.advance(60s);
     EXPECT_TRUE(model->ingestStatus());
     EXPECT_EQ(polls(), 3U);
-    run(&DesktopAppModel::signOut);
-    project.forgetJournal();
-    thread.advance(10min);
-    EXPECT_TRUE(project.journal().empty());
-    EXPECT_FALSE(thread.hasTimers());
-}
-
-TEST_F(SyncControl, AStalledPollDelaysNothingAndASignOutEndsIt) {
-    launchSignedIn();
     project.hold("GET /rest/v1/jobs");
     thread.advance(60s);
     EXPECT_GT(project.heldCount(), 0U);
@@ -115,54 +91,31 @@ TEST_F(SyncControl, AStalledPollDelaysNothingAndASignOutEndsIt) {
 
 TEST_F(SyncControl, ARefreshThatOutlivesTheUserShowsNothing) {
     launchSignedIn();
-    project.hold("GET /rest/v1/files");
-    const async::TaskHandle refresh = begin(&DesktopAppModel::refreshStatus);
-    thread.settle();
+    const async::TaskHandle refresh = beginHeldAt("GET /rest/v1/files", &DesktopAppModel::refreshStatus);
     run(&DesktopAppModel::signOut);
     project.forgetJournal();
-    project.release();
-    thread.settle();
+    letGo();
     EXPECT_TRUE(refresh.hasEnded());
     EXPECT_EQ(model->ingestStatus(), std::nullopt);
     EXPECT_TRUE(project.journal().empty()) << "nothing sends the old token any more";
+    run(&DesktopAppModel::refreshStatus);
+    run(&DesktopAppModel::startSync);
+    EXPECT_EQ(project.requestsWith("/rest/v1/"), 0U) << "nobody is polled for";
+    EXPECT_FALSE(thread.hasTimers());
 }
 
 TEST_F(SyncControl, ReplacesBothFieldsTogetherAndCountsRetries) {
     launchSignedIn();
-    run(&DesktopAppModel::refreshStatus);
     EXPECT_TRUE(model->ingestStatus());
     failAt("kind=eq.ingest");
     run(&DesktopAppModel::refreshStatus);
     EXPECT_EQ(model->ingestStatus(), std::nullopt) << "the other read's failure loses this one as well";
     run(&DesktopAppModel::retryFailedUploads);
     EXPECT_EQ(model->retryStatus(), "Supabase request failed with status 500");
-    project.setFaults({});
+    heal();
     run(&DesktopAppModel::retryFailedUploads);
     EXPECT_EQ(model->retryStatus(), "Retried 0 upload(s).");
     EXPECT_TRUE(model->ingestStatus());
     run(&DesktopAppModel::startSync);
     EXPECT_EQ(model->retryStatus(), "");
-}
-
-TEST_F(SyncControl, ClearsThePasswordAfterTheRefresh) {
-    launch();
-    project.signIn("ann");
-    model->setPassword("secret");
-    project.hold("GET /rest/v1/");
-    const async::TaskHandle login = begin(&DesktopAppModel::login);
-    thread.settle();
-    EXPECT_EQ(model->authStatus(), "Signed in");
-    EXPECT_EQ(model->password(), "secret");
-    project.release();
-    thread.settle();
-    EXPECT_TRUE(login.hasEnded());
-    EXPECT_EQ(model->password(), "");
-}
-
-TEST_F(SyncControl, PollsForNobodyWithoutAUser) {
-    launch();
-    run(&DesktopAppModel::refreshStatus);
-    run(&DesktopAppModel::startSync);
-    EXPECT_TRUE(project.journal().empty());
-    EXPECT_FALSE(thread.hasTimers());
 }
