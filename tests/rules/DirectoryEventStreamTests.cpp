@@ -107,36 +107,6 @@ TEST_F(DirectoryEventStreamTest, ReachesNobodyOnceItIsStoppedOrDestroyed) {
     EXPECT_EQ(told_, std::set<std::string>{});
 }
 
-TEST_F(DirectoryEventStreamTest, MayBeDestroyedByItsCallback) {
-    start({folder_.string()});
-    auto held = std::make_shared<int>(7);
-    stream_->onPathsChanged = [this, held](const Names& paths) {
-        stream_.reset();
-        add(paths);
-    };
-    waitFor(folder_.write("a.txt", ""));
-    EXPECT_FALSE(stream_);
-    EXPECT_EQ(held.use_count(), 1);
-}
-
-TEST_F(DirectoryEventStreamTest, StartsOnceUntilItIsStopped) {
-    std::atomic<int> instances = 0;
-    calls_->createInstance = [&, real = calls_->createInstance] {
-        ++instances;
-        return real();
-    };
-    start({folder_.string()});
-    stream_->start();
-    waitFor(folder_.write("a.txt", ""));
-    EXPECT_EQ(instances, 1);
-    stream_->stop();
-    stream_->onPathsChanged = add;
-    stream_->start();
-    waitFor(folder_.write("b.txt", ""));
-    EXPECT_EQ(instances, 2);
-    stream_->stop();
-}
-
 TEST_F(DirectoryEventStreamTest, NeitherStartNorStopWaitsForTheSettingUp) {
     for (int i = 0; i < 10; ++i) {
         folder_.makeFolder(std::to_string(i));

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unicode/locid.h>
 
 using namespace veskline;
@@ -30,22 +31,35 @@ TEST(FileRules, CleansSegmentsToLettersNumbersAndHyphens) {
         {"\u304B\u3099.md", "\u304B-e680d577.md"},
         {"\u0915\u093F\u20AC\u0663\u00BD", "\u0915\u093F-\u0663\u00BD-aca2a7b4"},
         {"\U0001F468\u200D\U0001F469 trip\r\n.txt", "trip-26e690d9.txt"},
+        {"Stra\u00DFe \uFB01.md", "strasse-fi-48dc9f1c.md"},
+        {"\u039F\u03B4\u03CC\u03C2", "\u03BF\u03B4\u03BF\u03C3-8bcfac35"},
+        {"A\xFF"
+         "b",
+         "a-b-068a6424"},
         {"name. txt", "name-1619428e. txt"},
     };
     for (const auto& [segment, safe] : segments) {
         EXPECT_EQ(FileRules::safeSegment(segment), safe);
     }
+}
+
+TEST(FileRules, FoldsSegmentsByTheCurrentLocale) {
     const icu::Locale usual = icu::Locale::getDefault();
     UErrorCode status = U_ZERO_ERROR;
-    icu::Locale::setDefault(icu::Locale("tr_TR"), status);
-    EXPECT_EQ(FileRules::safeSegment("INBOX"), "\u0131nbox-7e33429f") << "by the current locale";
+    for (const auto& [locale, key] :
+         {std::pair("tr_TR", "\u0131nbox-7e33429f"), std::pair("az_Latn_AZ", "\u0131nbox-7e33429f"),
+          std::pair("en_TR", "inbox-7e33429f")}) {
+        icu::Locale::setDefault(icu::Locale(locale), status);
+        EXPECT_EQ(FileRules::safeSegment("INBOX"), key) << locale;
+        EXPECT_EQ(FileRules::safeSegment("\u0130zmir"), "izmir-41585da4") << locale;
+    }
     icu::Locale::setDefault(usual, status);
 }
 
 TEST(FileRules, TagsAFolderByItsStandardizedPath) {
     EXPECT_EQ(FileRules::rootTag("/Users/ann/Documents"), "4ec4d866");
     EXPECT_EQ(FileRules::rootTag("/"), "6666cd76");
-    for (const char* same : {"/a/b", "/a/./b", "/a/b/", "/a//c/../b"}) {
+    for (const char* same : {"/a/b", "/a/./b", "/a/b/", "/../a//c/../b"}) {
         EXPECT_EQ(FileRules::rootTag(same), "aee31d71") << same;
     }
 }
@@ -78,7 +92,19 @@ TEST(FileRules, BuildsKeysOfBothForms) {
 
 TEST(FileRules, DigestsTheContentOrSaysWhyNot) {
     const TemporaryFolder folder;
-    EXPECT_EQ(FileRules::sha256Hex(folder.write("empty.txt", "")),
-              "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
-    EXPECT_THROW((void)FileRules::sha256Hex(folder.at("gone.txt")), platform::FileError);
+    const std::string path = folder.write("a.txt", std::string(1'000'000, 'a'));
+    const std::string pipe = folder.at("pipe.txt");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const auto digestOf = [](const std::string& url, bool isStopped = false) -> std::string {
+        try {
+            const std::atomic<bool> stop = isStopped;
+            return FileRules::sha256Hex(url, &stop);
+        } catch (const platform::FileError& error) {
+            return error.what();
+        }
+    };
+    EXPECT_EQ(digestOf(path), "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
+    EXPECT_EQ(digestOf(path, true), "The file \"" + path + "\" could not be read: Operation canceled");
+    EXPECT_EQ(digestOf("/no"), "The file \"/no\" could not be opened: No such file or directory");
+    EXPECT_EQ(digestOf(pipe), "The file \"" + pipe + "\" could not be read: it is no regular file");
 }

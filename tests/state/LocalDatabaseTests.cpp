@@ -3,7 +3,6 @@
 #include "state/Faults.h"
 #include "state/Stored.h"
 #include "support/OtherConnection.h"
-#include "support/Unprivileged.h"
 
 #include <gtest/gtest.h>
 
@@ -102,37 +101,6 @@ TEST(LocalDatabase, FailsAtOnceWhereAnotherProgramHoldsTheLock) {
     EXPECT_EQ(stored.failureOf(&LocalDatabase::deleteRow, "/r/1"), "no failure");
     EXPECT_EQ(sleeps, 0);
     system->xSleep = sleep;
-}
-
-TEST(LocalDatabase, KeepsItsRowsWhereTheDiskIsFullOrReadOnly) {
-    Store stored;
-    stored.run(&LocalDatabase::upsert, row("/r/1"));
-    {
-        const veskline::testing::FileSizeLimit full(512);
-        EXPECT_EQ(stored.failureOf(&LocalDatabase::deleteRow, "/r/1"), "disk I/O error" + deletion);
-    }
-    {
-        const veskline::testing::Unprivileged user(stored.folder.path());
-        ::chmod(stored.place.path.c_str(), 0444);
-        ::chmod(stored.folder.string().c_str(), 0555);
-        EXPECT_EQ(stored.failureOf(&LocalDatabase::deleteRow, "/r/1"),
-                  "attempt to write a readonly database" + deletion);
-    }
-    EXPECT_EQ(query(stored, "select count(*) from files; pragma integrity_check"), "1 ok ");
-}
-
-TEST(LocalDatabase, GivesTheRowsBeforeADamagedPart) {
-    Store stored;
-    for (int i = 0; i < 2000; ++i) {
-        stored.run(&LocalDatabase::upsert, row("/r/" + std::to_string(i)));
-    }
-    std::string content = stored.folder.read("own");
-    content.replace(content.size() / 2, 100000, 100000, '\xff');
-    stored.folder.write("own", content);
-    stored.store = stored.open();
-    const std::size_t found = stored.run(&LocalDatabase::rows, "/r").size();
-    EXPECT_GT(found, 0U);
-    EXPECT_LT(found, 2000U);
 }
 
 TEST(LocalDatabase, OpensNothingThatAnotherUserPlanted) {

@@ -1,7 +1,5 @@
 #include "state/RetryQueueStore.h"
 
-#include "platform/async/Spawn.h"
-#include "state/Faults.h"
 #include "state/Stored.h"
 
 #include <gtest/gtest.h>
@@ -87,26 +85,6 @@ TEST(RetryQueueStore, SplitsTheQueueByOwnerAndKeepsItsOrder) {
     stored.run(&RetryQueueStore::write, all);
     EXPECT_EQ(stored.run(&RetryQueueStore::partition, "abc"), expected);
     EXPECT_EQ(stored.run(&RetryQueueStore::read), all);
-}
-
-TEST(RetryQueueStore, LosesNoItemOfConcurrentAppends) {
-    Store stored;
-    for (int number = 0; number < 50; ++number) {
-        const auto append = [&stored, number] { return stored.store->append(item(std::to_string(number))); };
-        (void)async::spawn(stored.thread.executor(), append);
-    }
-    EXPECT_EQ(stored.run(&RetryQueueStore::read).size(), 50U);
-}
-
-TEST(RetryQueueStore, KeepsOldFileWhenWriteFails) {
-    Store stored;
-    stored.run(&RetryQueueStore::append, item("/a"));
-    EXPECT_EQ(stored.failureOf(&RetryQueueStore::append, item("/\xff")),
-              "The value of \"[1].localPath\" cannot be written as JSON: it is not valid UTF-8");
-    const veskline::testing::FileSizeLimit full(100);
-    EXPECT_EQ(stored.failureOf(&RetryQueueStore::append, item("/b")),
-              "The file \"" + stored.place.path + "\" could not be written: File too large");
-    EXPECT_EQ(stored.folder.read("own"), oneItem);
 }
 
 // Reading the memory of a process at address 0 fails like a disk with a bad block (proc(5)).

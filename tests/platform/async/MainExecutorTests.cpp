@@ -1,7 +1,5 @@
 #include "platform/async/MainExecutor.h"
-#include "platform/async/SerialExecutor.h"
 #include "platform/async/Spawn.h"
-#include "platform/async/ThreadPool.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -10,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 
 using namespace async;
 
@@ -32,20 +29,6 @@ protected:
     MainExecutor main_;
 };
 
-class Away {
-public:
-    explicit Away(Executor base) : serial_(base) {}
-    [[nodiscard]] Executor executor() const noexcept { return serial_.executor(); }
-    Task<int> fetch(int value) { co_return value; }
-
-private:
-    SerialExecutor serial_;
-};
-
-void increment(void* count) noexcept {
-    ++*static_cast<int*>(count);
-}
-
 // A job that posts itself again for ever: a loop that ran its jobs to the end would never come to its timers.
 struct Flood {
     Executor executor;
@@ -59,27 +42,6 @@ struct Flood {
 };
 
 } // namespace
-
-TEST_F(MainExecutorTest, BringsACoroutineBackToTheMainThreadAndLosesNoThreadsJob) {
-    ThreadPool pool;
-    Away away(pool.executor());
-    bool isHere = true;
-    int count = 0;
-    const auto home = std::this_thread::get_id();
-    std::thread poster([&] {
-        for (int i = 0; i < 20'000; ++i) {
-            main_.executor().post(Job{increment, &count});
-        }
-    });
-    const TaskHandle task = spawn(main_.executor(), [&]() -> Task<> {
-        for (int i = 0; i < 500; ++i) {
-            isHere = isHere && co_await away.fetch(i) == i && std::this_thread::get_id() == home;
-        }
-    });
-    loopUntil([&] { return task.hasEnded() && count == 20'000; });
-    poster.join();
-    EXPECT_TRUE(isHere);
-}
 
 TEST_F(MainExecutorTest, GoesOnInsideANestedLoopAndAfterIt) {
     std::string trace;

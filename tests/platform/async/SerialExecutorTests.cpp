@@ -1,12 +1,10 @@
 #include "platform/async/SerialExecutor.h"
-#include "platform/async/Spawn.h"
 #include "platform/async/ThreadPool.h"
 #include "support/OneThread.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <string>
 
 using namespace async;
 using namespace std::chrono_literals;
@@ -14,37 +12,11 @@ using veskline::testing::OneThread;
 
 namespace {
 
-class Diary {
-public:
-    explicit Diary(Executor base) : serial_(base) {}
-    [[nodiscard]] Executor executor() const noexcept { return serial_.executor(); }
-
-    // Two steps with a door between them.
-    Task<> write(std::string name, Clock clock, std::chrono::milliseconds span) {
-        text += name + "1 ";
-        co_await clock.sleepFor(span);
-        text += name + "2 ";
-    }
-    std::string text;
-
-private:
-    SerialExecutor serial_;
-};
-
 void increment(void* count) noexcept {
     ++*static_cast<int*>(count);
 }
 
 } // namespace
-
-TEST(SerialExecutor, SerialisesOperationsThatStillInterleaveAtTheirWaits) {
-    OneThread thread;
-    Diary diary(thread.executor());
-    const TaskHandle first = spawn(thread.executor(), [&] { return diary.write("a", thread.clock(), 20ms); });
-    const TaskHandle second = spawn(thread.executor(), [&] { return diary.write("b", thread.clock(), 10ms); });
-    thread.advance(30ms);
-    EXPECT_EQ(diary.text, "a1 b1 b2 a2 ");
-}
 
 TEST(SerialExecutor, LetsOthersOfItsBaseHaveTheirTurnAndRunsAllAlsoWhenItIsGone) {
     OneThread thread;

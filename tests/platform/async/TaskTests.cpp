@@ -180,21 +180,6 @@ TEST(Cancellation, IsStickyForSleepsAndLeavesStoresAlone) {
     }
 }
 
-TEST(Cancellation, ReachesEveryChildAndGrandchild) {
-    OneThread thread;
-    Sleeps sleeps;
-    const auto group = [&]() -> Task<> {
-        co_await allInOrder(sleeps.sleep(thread.clock(), 1s), sleeps.sleep(thread.clock(), 2s));
-    };
-    const TaskHandle task =
-        spawn(thread.executor(), [&]() -> Task<> { co_await allInOrder(group(), sleeps.sleep(thread.clock(), 1s)); });
-    thread.settle();
-    task.cancel();
-    thread.settle();
-    EXPECT_TRUE(task.hasEnded());
-    EXPECT_EQ(sleeps.cancelled, 3);
-}
-
 TEST(Spawn, LetsManyWaitForTheEndAlsoCancelledAndFreesTheBodyBefore) {
     OneThread thread;
     auto witness = std::make_shared<int>(1);

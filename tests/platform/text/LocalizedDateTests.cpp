@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -20,25 +19,4 @@ TEST(LocalizedDate, WritesTheMomentAsTheLocaleAndTheZoneDo) {
     for (const auto& [customs, expected] : rows) {
         EXPECT_EQ(localizedDateAndTime(moment, customs), expected) << customs.locale;
     }
-}
-
-// In a process of its own, so that the others keep their environment.
-TEST(LocalizedDateDeathTest, FollowsTheEnvironmentAtEachCall) {
-    const auto isRight = [] {
-        const auto are = [](const char* locale, const char* timeZone) {
-            const DateCustoms customs = currentDateCustoms();
-            return customs.locale == locale && customs.timeZone == timeZone;
-        };
-        ::clearenv();
-        ::setenv("TZ", "Asia/Tokyo", 1);
-        bool result = are("C", "Asia/Tokyo");
-        ::setenv("LANG", "en_US", 1);
-        ::setenv("LC_TIME", "fr_FR", 1);
-        ::setenv("LC_ALL", "", 1);
-        result = result && are("fr_FR", "Asia/Tokyo");
-        ::setenv("LC_ALL", "de_DE", 1);
-        ::setenv("TZ", "Europe/Paris", 1);
-        return result && are("de_DE", "Europe/Paris");
-    };
-    EXPECT_EXIT(std::_Exit(isRight() ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
