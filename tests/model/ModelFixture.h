@@ -2,10 +2,7 @@
 
 #include "model/DesktopAppModel.h"
 #include "state/EnvironmentVariable.h"
-#include "support/InProcessProject.h"
-#include "support/OneThread.h"
-#include "support/ScriptedEventStream.h"
-#include "support/TemporaryFolder.h"
+#include "sync/ServiceFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +15,7 @@
 namespace veskline::testing {
 
 // The application model on one thread, over a state folder of its own and a hosted project in the test.
-class ModelFixture : public ::testing::Test {
+class ModelFixture : public ServiceFixture {
 protected:
     [[nodiscard]] AppSurroundings surroundings() {
         return AppSurroundings{.main = main.executor(),
@@ -68,19 +65,6 @@ protected:
         thread.run([&]() -> async::Task<> { co_await task.end(); });
         thread.settle();
     }
-    void letGo() {
-        project.release();
-        thread.settle();
-    }
-    // Answers each request whose text holds `part` so, until heal().
-    void failAt(std::string part, int status = 500) {
-        project.setFaults([part = std::move(part), status](std::string_view request) {
-            const bool fails = request.contains(part);
-            return fails ? std::optional(InProcessProject::Fault{.status = status}) : std::nullopt;
-        });
-    }
-    void heal() { project.setFaults({}); }
-
     // What the last run left: ann's session, and a sync of the folder "documents" with one document in it.
     void storeSelection() {
         folder.write("documents/a.txt", "a");
@@ -101,16 +85,11 @@ protected:
         thread.run([&] { return store.save(session); });
     }
 
-    TemporaryFolder folder;
     EnvironmentVariable stateFolder{"VESK_STATE_DIR", folder.at("state")};
     EnvironmentVariable home{"HOME", folder.string()};
     EnvironmentVariable url{"SUPABASE_URL", "https://project.example"};
     EnvironmentVariable key{"SUPABASE_ANON_KEY", "public-key"};
     EnvironmentVariable dashboard{"DASHBOARD_URL", "https://dashboard.example"};
-    OneThread thread;
-    async::SerialExecutor main{thread.executor()};
-    InProcessProject project{thread.executor()};
-    ScriptedEventStream stream;
     std::vector<ModelField> writes;
     std::shared_ptr<DesktopAppModel> model;
 };

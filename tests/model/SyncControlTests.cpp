@@ -60,7 +60,7 @@ TEST_F(SyncControl, AStartThatAStopHasOvertakenSaysNothingOfRunning) {
 
 TEST_F(SyncControl, AStartThatFailedShowsWhyAndReadsNothing) {
     launchSignedIn();
-    failAt("GET /auth/v1/user");
+    failAt("GET /auth/v1/user", 500);
     run(&DesktopAppModel::startSync);
     EXPECT_EQ(texts(), "stopped [Supabase request failed with status 500]");
     EXPECT_EQ(project.requestsWith("/rest/v1/"), 0U);
@@ -73,7 +73,7 @@ TEST_F(SyncControl, PollsEveryMinuteFromTheEndOfEachReadWhileSignedIn) {
     EXPECT_EQ(polls(), 0U);
     thread.advance(1s);
     EXPECT_EQ(polls(), 1U);
-    failAt("/rest/v1/");
+    failAt("/rest/v1/", 500);
     thread.advance(60s);
     EXPECT_EQ(model->ingestStatus(), std::nullopt) << "an outage blanks both fields and ends no polling";
     heal();
@@ -107,7 +107,7 @@ TEST_F(SyncControl, ARefreshThatOutlivesTheUserShowsNothing) {
 TEST_F(SyncControl, ReplacesBothFieldsTogetherAndCountsRetries) {
     launchSignedIn();
     EXPECT_TRUE(model->ingestStatus());
-    failAt("kind=eq.ingest");
+    failAt("kind=eq.ingest", 500);
     run(&DesktopAppModel::refreshStatus);
     EXPECT_EQ(model->ingestStatus(), std::nullopt) << "the other read's failure loses this one as well";
     run(&DesktopAppModel::retryFailedUploads);

@@ -243,20 +243,6 @@ TEST_F(WatchedRootTest, LooksAtFoldersThatGetNoWatch) {
     }
 }
 
-TEST_F(WatchedRootTest, ComesBackToAFolderThatCannotBeRead) {
-    write("a/deep/x.txt");
-    bool isBroken = true;
-    calls_->list = [&, real = calls_->list, calls = 0](int folder, std::span<std::byte> buffer) mutable -> ssize_t {
-        errno = EIO;
-        return isBroken && ++calls == 4 ? -1 : real(folder, buffer); // the second of "a"
-    };
-    start();
-    isBroken = false;
-    EXPECT_EQ(toldByLook(), (Told{"a", "a/deep", "a/deep/x.txt"}));
-    write("a/deep/x.txt", "more");
-    EXPECT_EQ(told(), Told{"a/deep/x.txt"});
-}
-
 TEST_F(WatchedRootTest, StartsAnewWhereEventsCannotBeRead) {
     std::optional<ssize_t> fault;
     calls_->read = [&fault, real = calls_->read](int instance, std::span<std::byte> buffer) {

@@ -1,7 +1,6 @@
 #include "state/AppPaths.h"
 
 #include "state/EnvironmentVariable.h"
-#include "state/Faults.h"
 #include "state/LocalDatabase.h"
 #include "state/RetryQueueStore.h"
 #include "state/SessionStore.h"
@@ -40,7 +39,7 @@ TEST_F(AppPathsTest, FindsTheStateFolderAndMakesItPrivate) {
         EXPECT_EQ(AppPaths::databaseFile(), folder.at(found + "/state.sqlite3"));
         EXPECT_EQ(AppPaths::sessionFile(), folder.at(found + "/session.json"));
         EXPECT_EQ(AppPaths::retryQueueFile(), folder.at(found + "/retry-queue.json"));
-        EXPECT_EQ(veskline::testing::modeOf(AppPaths::stateDirectory()), 0700U);
+        EXPECT_EQ(std::filesystem::status(folder.at(found)).permissions(), std::filesystem::perms(0700));
     }
     std::filesystem::current_path(before);
 }

@@ -1,6 +1,5 @@
 #include "state/LocalDatabase.h"
 
-#include "state/Faults.h"
 #include "state/Stored.h"
 #include "support/OtherConnection.h"
 
@@ -61,7 +60,7 @@ TEST(LocalDatabase, KeepsItsContentInAPrivateFileOfDefaultSettings) {
     EXPECT_EQ(query(stored, "pragma journal_mode; pragma user_version; pragma auto_vacuum"), "delete 0 0 ");
     EXPECT_EQ(query(stored, "select name from sqlite_schema where sql is not null order by name"),
               "files idx_files_root_path preferences ");
-    EXPECT_EQ(veskline::testing::modeOf(stored.place.path), 0600U);
+    EXPECT_EQ(std::filesystem::status(stored.place.path).permissions(), std::filesystem::perms(0600));
 }
 
 TEST(LocalDatabase, TakesPreferencesOverFromTheOlderDatabaseOnce) {

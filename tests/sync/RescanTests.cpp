@@ -3,8 +3,6 @@
 #include "support/OtherConnection.h"
 #include "sync/SyncFixture.h"
 
-#include <malloc.h>
-
 using namespace veskline;
 using namespace std::chrono_literals;
 
@@ -118,21 +116,4 @@ TEST_F(Rescan, EndsWithAStopWhereverItIs) {
     stop();
     letGo();
     EXPECT_EQ(summary(), summaryOf(0, 0, 0, 1)) << "a stop cancels the rescan, and it ends at its next file";
-}
-
-TEST_F(Rescan, KeepsNothingOfAScanThatIsOver) {
-    for (int i = 0; i < 500; ++i) {
-        write("d/" + std::to_string(i) + ".txt", "x");
-    }
-    start();
-    const auto bytesAfter = [&](int rescans) {
-        for (int i = 0; i < rescans; ++i) {
-            report({root});
-            thread.advance(2s);
-        }
-        lines = {};
-        return ::mallinfo2().uordblks;
-    };
-    const std::size_t before = bytesAfter(3);
-    EXPECT_LE(bytesAfter(50), before + 4096);
 }

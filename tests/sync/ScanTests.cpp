@@ -57,27 +57,21 @@ TEST_F(Scan, UploadsInTheOrderOfWholePathsAndCountsOverAllRoots) {
 
 TEST_F(Scan, DeletesWhatHasGoneAfterAllUploads) {
     write("old name.txt", "hello");
+    write("unknown.txt", "a record that has vanished counts as deleted");
     start();
     fs::rename(root + "/old name.txt", root + "/new name.txt");
-    restart();
-    EXPECT_EQ(summary(), summaryOf(1, 0, 1, 0));
-    EXPECT_TRUE(project.fileAt("old name.txt")->isDeleted);
-    EXPECT_FALSE(project.fileAt("new name.txt")->isDeleted);
-    EXPECT_EQ(project.jobs.back(), (InProcessProject::FileJob{project.fileAt("old name.txt")->id, "delete"}));
-    EXPECT_EQ(rowOf("old name.txt"), std::nullopt);
-}
-
-TEST_F(Scan, EmptiesARootToItsLastFileAndTakesAVanishedRecordForDeleted) {
-    write("a.txt", "a");
-    write("b.txt", "b");
-    start();
+    project.files.erase(rowOf("unknown.txt")->storageKey);
+    removeFile("unknown.txt");
     project.jobs.clear();
-    project.files.erase(rowOf("b.txt")->storageKey);
-    removeFile("a.txt");
-    removeFile("b.txt");
     restart();
-    EXPECT_EQ(summary(), summaryOf(0, 0, 2, 0));
-    EXPECT_EQ(project.jobs.size(), 1U);
+    EXPECT_EQ(summary(), summaryOf(1, 0, 2, 0));
+    EXPECT_TRUE(project.fileAt("old name.txt")->isDeleted);
+    EXPECT_EQ(project.jobs, (std::vector<InProcessProject::FileJob>{{project.fileAt("new name.txt")->id, "ingest"},
+                                                                    {project.fileAt("old name.txt")->id, "delete"}}));
+    EXPECT_EQ(rowOf("old name.txt"), std::nullopt);
+    removeFile("new name.txt");
+    restart();
+    EXPECT_EQ(summary(), summaryOf(0, 0, 1, 0)) << "a root is emptied to its last file";
 }
 
 TEST_F(Scan, KeepsTheRowWhenADeletionFailsAndFinishesItLater) {

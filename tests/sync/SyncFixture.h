@@ -4,10 +4,7 @@
 #include "state/LocalDatabase.h"
 #include "state/RetryQueueStore.h"
 #include "state/SessionStore.h"
-#include "support/InProcessProject.h"
-#include "support/OneThread.h"
-#include "support/ScriptedEventStream.h"
-#include "support/TemporaryFolder.h"
+#include "sync/ServiceFixture.h"
 #include "sync/SyncCoordinator.h"
 
 #include <gtest/gtest.h>
@@ -23,12 +20,11 @@ namespace veskline::testing {
 
 // The whole engine on one thread, with a folder of documents, its stores on a temporary folder and a hosted project in
 // the test. Signed in as user "ann".
-class SyncFixture : public ::testing::Test {
+class SyncFixture : public ServiceFixture {
 protected:
     static constexpr std::int64_t limit = 1000;
 
-    SyncFixture() : SyncFixture(std::nullopt) {}
-    explicit SyncFixture(std::optional<std::uint64_t> seed) : thread(seed), root(folder.makeFolder("documents")) {
+    SyncFixture() {
         project.signIn("ann");
         storeSession(StoredUser{.id = "ann", .email = "ann@example.com"});
         thread.run(
@@ -51,14 +47,6 @@ protected:
         return folder.write("documents/" + std::string(name), content);
     }
     void removeFile(std::string_view name) { std::filesystem::remove_all(root + "/" + std::string(name)); }
-    // Answers each request whose text holds `part` so, until heal().
-    void failAt(std::string part, int status) {
-        project.setFaults([part = std::move(part), status](std::string_view request) {
-            const bool fails = request.find(part) != std::string_view::npos;
-            return fails ? std::optional(InProcessProject::Fault{.status = status}) : std::nullopt;
-        });
-    }
-    void heal() { project.setFaults({}); }
     void storePreference(const std::string& key, const std::string& value) {
         thread.run([&] { return database.setPreference(value, key); });
     }
@@ -76,16 +64,12 @@ protected:
     async::TaskHandle begin(const std::vector<std::string>& roots) {
         return async::spawn(thread.executor(), [this, roots] { return coordinator.startSync(roots, SyncMode::ultra); });
     }
-    // The same, up to the first request whose text holds `part`: it waits for letGo().
+    // The same, up to the first request whose text holds `part`: it stands until letGo().
     async::TaskHandle beginHeldAt(std::string part) {
         project.hold(std::move(part));
         const async::TaskHandle run = begin({root});
         thread.settle();
         return run;
-    }
-    void letGo() {
-        project.release();
-        thread.settle();
     }
     void stop() {
         thread.run([&] { return coordinator.stopSync(); });
@@ -120,12 +104,7 @@ protected:
                std::to_string(deleted) + ", failed " + std::to_string(failed) + ".";
     }
 
-    TemporaryFolder folder;
-    OneThread thread;
-    async::SerialExecutor main{thread.executor()};
-    ScriptedEventStream stream;
-    std::string root;
-    InProcessProject project{thread.executor()};
+    const std::string root = folder.makeFolder("documents");
     SessionStore sessionStore{thread.executor(), StorePlace{folder.at("session.json")}, std::nullopt};
     LocalDatabase database{thread.executor(), StorePlace{folder.at("state.sqlite3")}, std::nullopt};
     RetryQueueStore retryQueue{thread.executor(), StorePlace{folder.at("retry-queue.json")}, std::nullopt};

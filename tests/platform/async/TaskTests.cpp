@@ -101,16 +101,6 @@ TEST(Task, KeepsTheStackFlatOverAMillionAwaitsThatEndAtOnce) {
     EXPECT_EQ(sum, 1'000'000);
 }
 
-TEST(Task, IsDestroyedUnstartedWithItsArguments) {
-    auto witness = std::make_shared<int>(1);
-    OneThread thread;
-    Counter counter(thread.executor());
-    {
-        const auto task = counter.echo(witness);
-    }
-    EXPECT_EQ(witness.use_count(), 1);
-}
-
 TEST(AllInOrder, GivesTheResultsInTheOrderOfTheArguments) {
     OneThread thread;
     Counter counter(thread.executor());
