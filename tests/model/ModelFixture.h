@@ -33,19 +33,16 @@ protected:
         model->observe([this](ModelField field) { writes.push_back(field); });
         thread.settle();
     }
-    // The end of the program, but for the polling, which keeps the model and so has to be ended.
+    // The end of the program; the user signs out, since the polling keeps the model.
     void quit() {
         if (model) {
-            const std::optional<StoredSession> session = storedSession();
             run(&DesktopAppModel::signOut);
             model.reset();
-            if (session) {
-                store(*session);
-            }
         }
     }
     // The same with all that the last run left, up to the end of the sync's first scan.
     void launchRunning() {
+        quit();
         storeSession();
         storeSelection();
         launch();
@@ -74,17 +71,15 @@ protected:
     }
     void storeSession() {
         project.signIn("ann");
-        store(StoredSession{project.accessToken(), project.refreshToken(), StoredUser{.id = "ann", .email = {}}});
+        SessionStore store(thread.executor());
+        const StoredSession session{project.accessToken(), project.refreshToken(),
+                                    StoredUser{.id = "ann", .email = {}}};
+        thread.run([&] { return store.save(session); });
     }
     [[nodiscard]] std::optional<StoredSession> storedSession() {
         SessionStore store(thread.executor());
         return thread.run([&] { return store.load(); });
     }
-    void store(const StoredSession& session) {
-        SessionStore store(thread.executor());
-        thread.run([&] { return store.save(session); });
-    }
-
     EnvironmentVariable stateFolder{"VESK_STATE_DIR", folder.at("state")};
     EnvironmentVariable home{"HOME", folder.string()};
     EnvironmentVariable url{"SUPABASE_URL", "https://project.example"};
