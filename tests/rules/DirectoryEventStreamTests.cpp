@@ -76,9 +76,9 @@ protected:
 
 TEST_F(DirectoryEventStreamTest, TellsWhatChangesUnderEveryRootAlsoOneThatComesLater) {
     start({folder_.makeFolder("one"), folder_.at("later"), folder_.makeFolder("one/inner")});
-    waitFor(folder_.makeFolder("later"));
     waitFor(folder_.write("one/deep/a.txt", ""));
     waitFor(folder_.write("one/inner/b.txt", ""));
+    waitFor(folder_.makeFolder("later")); // while the watch stands
     waitFor(folder_.write("later/c.txt", ""));
 }
 

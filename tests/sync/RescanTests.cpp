@@ -46,20 +46,21 @@ TEST_F(Rescan, TakesThePlainPrefixAndTheFirstRootInTheList) {
         Paths paths, scanned;
     };
     const Row rows[] = {
-        {"the root itself", {root}, {"Rescan: " + root}},
-        {"a nested root's file goes to the one listed first", {nested + "/x.txt"}, {"Rescan: " + root}},
-        {"a sibling whose name begins so", {root + " 2/x.txt"}, {"Rescan: " + root}},
-        {"standardised first", {other + "/../documents/./x"}, {"Rescan: " + root}},
-        {"two roots", {other + "/b", root + "/a", other + "/c"}, {"Rescan: " + root, "Rescan: " + other}},
+        {"the root itself", {root}, {root}},
+        {"a nested root's file goes to the one listed first", {nested + "/x.txt"}, {root}},
+        {"a sibling whose name begins so", {root + " 2/x.txt"}, {root}},
+        {"standardised first", {other + "/../documents/./x"}, {root}},
+        {"two roots", {other + "/b", root + "/a", other + "/c"}, {root, other}},
         {"under no root", {"/nowhere/x.txt", ""}, {}},
     };
     for (const Row& row : rows) {
         lines.clear();
         report(row.paths);
         thread.advance(2s);
-        std::erase_if(lines, [](const std::string& line) { return !line.starts_with("Rescan: "); });
-        std::ranges::sort(lines);
-        EXPECT_EQ(lines, row.scanned) << row.name;
+        EXPECT_EQ(countLines("Rescan: "), row.scanned.size()) << row.name;
+        for (const std::string& scanned : row.scanned) {
+            EXPECT_EQ(std::ranges::count(lines, "Rescan: " + scanned), 1) << row.name;
+        }
     }
 }
 

@@ -8,40 +8,21 @@
 #include <vector>
 
 using namespace platform;
-using Paths = std::vector<std::string>;
 
-namespace {
-
-PathList listOf(const Paths& paths) {
+TEST(PathList, SortsBytewiseAndFindsEachOfManyPathsAndNoOther) {
+    std::vector<std::string> paths{"/a/b/c", "/a/b.txt", "", "/a/\xFF", "/a/b", "/a/b c", "/A"};
+    for (int number = 0; number < 5'000; ++number) {
+        paths.push_back("/home/ann/" + std::to_string(7 * number) + "/report.pdf");
+    }
+    std::ranges::shuffle(paths, std::mt19937(1));
     PathList list;
     for (const std::string& path : paths) {
         list.add(path);
     }
-    return list;
-}
-
-} // namespace
-
-TEST(PathList, KeepsTheOrderOfAddingUntilItIsSortedBytewise) {
-    const Paths added{"/a/b/c", "/a/b.txt", "", "/a/\xFF", "/a/b", "/a/b c", "/A"};
-    PathList list = listOf(added);
-    EXPECT_TRUE(std::ranges::equal(list, added));
-    list.sort();
-    EXPECT_TRUE(std::ranges::equal(list, Paths{"", "/A", "/a/b", "/a/b c", "/a/b.txt", "/a/b/c", "/a/\xFF"}));
-    const PathList moved = std::move(list);
-    EXPECT_EQ(moved[1], "/A");
-    EXPECT_TRUE(list.empty()); // NOLINT(bugprone-use-after-move)
-}
-
-TEST(PathList, FindsEachOfManyPathsAndNoOther) {
-    Paths paths(5'000);
-    for (std::size_t place = 0; place < paths.size(); ++place) {
-        paths[place] = "/home/ann/" + std::to_string(7 * place) + "/report.pdf";
-    }
-    std::ranges::shuffle(paths, std::mt19937(1));
-    PathList list = listOf(paths);
+    EXPECT_TRUE(std::ranges::equal(list, paths));
     list.sort();
     std::ranges::sort(paths);
+    EXPECT_TRUE(std::ranges::equal(list, paths));
     for (std::size_t place = 0; place < paths.size(); ++place) {
         ASSERT_EQ(list.find(paths[place]), place);
         ASSERT_EQ(list.find(paths[place], place), place);
@@ -49,4 +30,7 @@ TEST(PathList, FindsEachOfManyPathsAndNoOther) {
     }
     EXPECT_EQ(list.lowerBound("/home/ann/7/"), list.find("/home/ann/7/report.pdf"));
     EXPECT_EQ(list.lowerBound("/i"), list.size());
+    const PathList moved = std::move(list);
+    EXPECT_EQ(moved[1], "/A");
+    EXPECT_TRUE(list.empty()); // NOLINT(bugprone-use-after-move)
 }
