@@ -17,6 +17,7 @@ T.RadioButton {
     Accessible.description: destination.sidebarDetail
     Accessible.checked: isSelected
     Accessible.onPressAction: clicked()
+    Accessible.onToggleAction: clicked()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 

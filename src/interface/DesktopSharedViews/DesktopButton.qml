@@ -23,6 +23,7 @@ T.Button {
     opacity: enabled ? 1 : 0.45
     scale: down ? 0.985 : 1
     Accessible.name: text
+    Accessible.description: enabled ? "" : "Not available" // Qt 6.4 tells readers that it is enabled
     Accessible.onPressAction: press()
     Keys.onReturnPressed: press()
     Keys.onEnterPressed: press()

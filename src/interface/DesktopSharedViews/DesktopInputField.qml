@@ -6,6 +6,7 @@ import Veskline.SharedViews
 
 T.TextField {
     id: root
+    property string hint: placeholderText // what is seen of it
 
     Layout.fillWidth: true
     implicitWidth: 200
@@ -32,7 +33,7 @@ T.TextField {
         width: root.width - root.leftPadding - root.rightPadding
         anchors.verticalCenter: parent.verticalCenter
         visible: root.length === 0 && root.preeditText === ""
-        text: root.placeholderText
+        text: root.hint
         size: 15
         weight: Font.Medium
         color: DesktopPalette.faded(DesktopPalette.muted, 0.7)

@@ -17,6 +17,7 @@ DesktopInputField {
 
     echoMode: TextInput.Password
     passwordCharacter: "\u2022"
-    placeholderText: "\u2022".repeat(8)
+    placeholderText: "Password" // the one word that a reader gets of it
+    hint: "\u2022".repeat(8)
     inputMethodHints: Qt.ImhSensitiveData | Qt.ImhHiddenText | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
 }

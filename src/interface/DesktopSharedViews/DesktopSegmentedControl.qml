@@ -56,6 +56,7 @@ Item {
                 Accessible.name: text
                 Accessible.checked: index === root.currentIndex
                 Accessible.onPressAction: segment.clicked()
+                Accessible.onToggleAction: segment.clicked()
                 Keys.onReturnPressed: segment.clicked()
                 Keys.onEnterPressed: segment.clicked()
                 onClicked: root.chosen(index)
