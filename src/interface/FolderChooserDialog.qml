@@ -21,6 +21,7 @@ Loader {
     sourceComponent: FolderDialog {
         title: "Add Folder"
         acceptLabel: "Add Folder"
+        currentFolder: root.chooser.firstFolder
         onAccepted: root.chooser.choose(selectedFolder)
         onRejected: root.chooser.cancel()
     }

@@ -1,5 +1,6 @@
 #include "interface/adapter/FolderChooser.h"
 
+#include <QDir>
 #include <QFile>
 #include <QPointer>
 
@@ -14,6 +15,10 @@ FolderPicker FolderChooser::picker() {
             Q_EMIT self->asked();
         }
     };
+}
+
+QUrl FolderChooser::firstFolder() {
+    return QUrl::fromLocalFile(QDir::homePath());
 }
 
 void FolderChooser::choose(const QUrl& folder) {

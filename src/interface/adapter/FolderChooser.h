@@ -14,6 +14,8 @@ class FolderChooser : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made with the window")
+    // Where the dialog opens first: the user's home folder.
+    Q_PROPERTY(QUrl firstFolder READ firstFolder CONSTANT)
 
 public:
     using QObject::QObject;
@@ -21,6 +23,7 @@ public:
     // What asks here. Without a window on `asked` nobody answers.
     [[nodiscard]] FolderPicker picker();
 
+    [[nodiscard]] static QUrl firstFolder();
     Q_INVOKABLE void choose(const QUrl& folder);
     Q_INVOKABLE void cancel();
 
