@@ -153,7 +153,7 @@ const std::vector<Scene>& allScenes() {
          [](const fs::path& at) { return shown(failing(at, 100), "activity"); }},
         {"sync-long", defaultSize, 0, [](const fs::path& at) { return shown(overflowing(at), "sync"); }},
         {"activity-long", defaultSize, 0, [](const fs::path& at) { return shown(overflowing(at), "activity"); }},
-        {"overview-long-least", leastSize, 0.8, [](const fs::path& at) { return shown(overflowing(at), "overview"); }},
+        {"overview-long-least", leastSize, 1, [](const fs::path& at) { return shown(overflowing(at), "overview"); }},
         {"overview-least", leastSize, 0, [](const fs::path& at) { return shown(running(at), "overview"); }},
         {"overview-signed-out-least", leastSize, 0, [](const fs::path& at) { return signedOut(at, "overview"); }},
         {"sync-least", leastSize, 0.4, [](const fs::path& at) { return shown(running(at), "sync"); }},
