@@ -1,5 +1,7 @@
 #include "endtoend/AgentFixture.h"
 
+#include <sqlite3.h>
+
 #include "rules/FileRules.h"
 
 #include <csignal>
@@ -86,6 +88,21 @@ std::set<std::string> AgentFixture::temporaryFilesLeft() const {
         names.erase(known);
     }
     return names;
+}
+
+std::string AgentFixture::integrity() const {
+    sqlite3* database = nullptr;
+    std::string answer;
+    sqlite3_open(folder.at("state/state.sqlite3").c_str(), &database);
+    sqlite3_exec(
+        database, "PRAGMA integrity_check",
+        [](void* text, int, char** row, char**) {
+            *static_cast<std::string*>(text) += row[0];
+            return 0;
+        },
+        &answer, nullptr);
+    sqlite3_close(database);
+    return answer;
 }
 
 } // namespace veskline::testing

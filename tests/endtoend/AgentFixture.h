@@ -43,6 +43,8 @@ protected:
     [[nodiscard]] Documents disk() const { return disk({root}); }
     // The names in the state folder but for those that belong there.
     [[nodiscard]] std::set<std::string> temporaryFilesLeft() const;
+    // What the state database's own check says of it.
+    [[nodiscard]] std::string integrity() const;
 
     const std::string account = "ann@example.com";
     const std::string password = "a long password";
