@@ -38,7 +38,7 @@ DesktopSurface {
         stroke: DesktopPalette.border
 
         ListView {
-            id: console
+            id: list
             objectName: "console"
             anchors.fill: parent
             anchors.margins: 1
@@ -59,7 +59,7 @@ DesktopSurface {
 
             DesktopScrollWheel {
                 id: wheel
-                area: console
+                area: list
             }
             model: LogLines {
                 source: root.model
@@ -68,16 +68,16 @@ DesktopSurface {
             delegate: DesktopSelectableText {
                 required property string line
 
-                width: console.width - console.leftMargin - console.rightMargin
+                width: list.width - list.leftMargin - list.rightMargin
                 text: line
                 mono: true
             }
 
             DesktopText {
-                parent: console
+                parent: list
                 x: 17
                 y: 17
-                visible: console.count === 0
+                visible: list.count === 0
                 text: "No activity yet."
                 size: 15
                 weight: Font.Medium
