@@ -18,7 +18,7 @@ protected:
 } // namespace
 
 TEST_F(Console, ShowsNewLinesWithoutScrollingByItself) {
-    EXPECT_TRUE(screen.says("No activity yet."));
+    untilSays("No activity yet.");
     for (int i = 0; i < 100; ++i) {
         stage.model()->appendLog("line " + std::to_string(i));
     }
