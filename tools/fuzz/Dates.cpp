@@ -43,7 +43,10 @@ sys_seconds byTheCalendar(const std::string& text) {
         offset = hours(std::stoi(zone.substr(1, 2))) + minutes(std::stoi(zone.substr(4)));
         offset = zone.front() == '-' ? -offset : offset;
     }
-    return sys_seconds(seconds(::timegm(&local))) - offset;
+    const int day = local.tm_mday;
+    const sys_seconds second(seconds(::timegm(&local))); // a day too many becomes the next month's first
+    require(local.tm_mday == day, "the month has that day");
+    return second - offset;
 }
 
 } // namespace
