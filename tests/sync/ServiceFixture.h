@@ -1,7 +1,7 @@
 #pragma once
 
-#include "support/InProcessProject.h"
-#include "support/OneThread.h"
+#include "simulation/InProcessProject.h"
+#include "simulation/OneThread.h"
 #include "support/ScriptedEventStream.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,6 +1,6 @@
 #include "Target.h"
+#include "simulation/OneThread.h"
 #include "state/RetryQueueStore.h"
-#include "support/OneThread.h"
 #include "support/TemporaryFolder.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hosted/SupabaseHTTPClient.h"
-#include "support/OneThread.h"
+#include "simulation/OneThread.h"
 #include "support/TemporaryFolder.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #include "Target.h"
+#include "simulation/OneThread.h"
 #include "state/SessionStore.h"
-#include "support/OneThread.h"
 #include "support/TemporaryFolder.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 #include "Target.h"
 #include "platform/text/Utf8.h"
+#include "simulation/OneThread.h"
 #include "state/LocalDatabase.h"
-#include "support/OneThread.h"
 #include "support/TemporaryFolder.h"
 #include "sync/StoredSelection.h"
 

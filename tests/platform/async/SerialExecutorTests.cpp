@@ -1,6 +1,6 @@
 #include "platform/async/SerialExecutor.h"
 #include "platform/async/ThreadPool.h"
-#include "support/OneThread.h"
+#include "simulation/OneThread.h"
 
 #include <gtest/gtest.h>
 

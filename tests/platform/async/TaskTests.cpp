@@ -2,7 +2,7 @@
 #include "platform/async/SerialExecutor.h"
 #include "platform/async/Spawn.h"
 #include "platform/async/TaskGroup.h"
-#include "support/OneThread.h"
+#include "simulation/OneThread.h"
 
 #include <gtest/gtest.h>
 

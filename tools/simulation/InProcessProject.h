@@ -13,8 +13,9 @@
 
 namespace veskline::testing {
 
-// A hosted project inside the test: answers what the client sends without a network, on the test's one thread, and
-// fails where it is told to. It checks little; what goes on the wire is the client's own tests' business.
+// A hosted project in the own process: answers what the client sends without a network, on the one thread of a test or
+// a simulation, and fails where it is told to. It checks little of a request; what goes on the wire is the business of
+// the client's own tests. Rows and objects are their owner's alone, as the policies of a real project have it.
 class InProcessProject {
 public:
     struct File {
@@ -33,9 +34,11 @@ public:
         std::string kind;
         friend bool operator==(const FileJob&, const FileJob&) = default;
     };
-    // What a request meets instead of its answer, and of what it asks for.
+    // What a request meets: instead of what it asks for, or, with an answer that is spoilt, after it was carried out.
     struct Fault {
+        enum class Answer : std::uint8_t { instead, lost, truncated, nonsense };
         int status = 0; // 0: the connection breaks
+        Answer answer = Answer::instead;
     };
     // Asked of each request, as "POST /storage/v1/object/files/..." with its query; none lets it through.
     using FaultRule = std::function<std::optional<Fault>(std::string_view request)>;
@@ -56,6 +59,8 @@ public:
     [[nodiscard]] std::string refreshToken() const { return "refresh-" + std::to_string(tokenNumber_); }
 
     void setFaults(FaultRule rule) { faults_ = std::move(rule); }
+    // Told of each request that was carried out, as `faults` are asked, right after it.
+    void setObserver(std::function<void(std::string_view request)> observer) { observer_ = std::move(observer); }
     // Requests whose text holds `part` wait from now on, until released.
     void hold(std::string part) { held_ = std::move(part); }
     void release();
@@ -87,12 +92,14 @@ private:
     void abort(platform::PendingExchange& exchange);
     void postAnswer(std::uint64_t ticket);
     void answer(platform::PendingExchange& exchange);
+    [[nodiscard]] platform::HttpResponse carryOut(const platform::HttpRequest& request);
     [[nodiscard]] platform::HttpResponse respond(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] platform::HttpResponse respondToToken(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] platform::HttpResponse respondToTables(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] platform::HttpResponse upsertFile(const platform::HttpRequest& request);
     [[nodiscard]] platform::HttpResponse storeObject(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] bool isAuthorised(const platform::HttpRequest& request) const;
+    [[nodiscard]] bool isForeign(std::string_view storageKey) const;
 
     async::Executor executor_;
     std::string userID_;
@@ -100,6 +107,7 @@ private:
     bool isExpired_ = false;
     std::string signupAnswer_;
     FaultRule faults_;
+    std::function<void(std::string_view)> observer_;
     std::string held_;
     std::uint64_t lastTicket_ = 0;
     std::map<std::uint64_t, platform::PendingExchange*> pending_;

@@ -1,4 +1,4 @@
-#include "support/InProcessProject.h"
+#include "simulation/InProcessProject.h"
 
 #include "platform/async/Cancelled.h"
 #include "platform/async/PostCall.h"
@@ -73,6 +73,18 @@ json row(const InProcessProject::File& file) {
                 {"ingest_error", nullptr}};
 }
 
+void spoil(platform::HttpResponse& response, InProcessProject::Fault::Answer answer) {
+    using enum InProcessProject::Fault::Answer;
+    if (answer == lost) {
+        throw platform::TransportError("The connection broke");
+    }
+    if (answer == truncated) {
+        response.body.resize(response.body.size() / 2);
+    } else if (answer == nonsense) {
+        response.body = "<html>Bad gateway</html>";
+    }
+}
+
 } // namespace
 
 const platform::HttpTransport::Operations InProcessProject::operations{
@@ -144,13 +156,33 @@ void InProcessProject::postAnswer(std::uint64_t ticket) {
 void InProcessProject::answer(platform::PendingExchange& exchange) {
     const std::optional<Fault> fault = faults_ ? faults_(lineOf(exchange.request)) : std::nullopt;
     try {
-        if (fault && fault->status == 0) {
+        if (fault && fault->answer == Fault::Answer::instead && fault->status != 0) {
+            exchange.succeed(reply(fault->status));
+            return;
+        }
+        if (fault && fault->answer == Fault::Answer::instead) {
             throw platform::TransportError("The connection broke");
         }
-        exchange.succeed(fault ? reply(fault->status) : respond(exchange.request, targetOf(exchange.request)));
+        platform::HttpResponse response = carryOut(exchange.request);
+        if (fault) {
+            spoil(response, fault->answer);
+        }
+        exchange.succeed(std::move(response));
     } catch (...) {
         exchange.fail(std::current_exception());
     }
+}
+
+platform::HttpResponse InProcessProject::carryOut(const platform::HttpRequest& request) {
+    platform::HttpResponse response = respond(request, targetOf(request));
+    if (observer_ && response.status < 300) {
+        observer_(lineOf(request));
+    }
+    return response;
+}
+
+bool InProcessProject::isForeign(std::string_view storageKey) const {
+    return storageKey.starts_with("user-") && !storageKey.starts_with("user-" + userID_ + "/");
 }
 
 bool InProcessProject::isAuthorised(const platform::HttpRequest& request) const {
@@ -195,6 +227,9 @@ platform::HttpResponse InProcessProject::storeObject(const platform::HttpRequest
         throw platform::FileError(path, "opened", ENOENT);
     }
     const std::string key = unescaped(target.substr(std::string_view("/storage/v1/object/files/").size()));
+    if (isForeign(key)) {
+        return reply(403);
+    }
     objects[key] = std::string(std::istreambuf_iterator<char>(in), {});
     return reply(200, json{{"Key", key}});
 }
@@ -212,7 +247,7 @@ platform::HttpResponse InProcessProject::respondToTables(const platform::HttpReq
     if (request.method == "PATCH") {
         const std::string id = queryValue(target, "id=eq.").value_or("");
         for (auto& [key, file] : files) {
-            file.isDeleted = file.isDeleted || file.id == id;
+            file.isDeleted = file.isDeleted || (file.id == id && !isForeign(key));
         }
         return reply(204);
     }
@@ -221,11 +256,15 @@ platform::HttpResponse InProcessProject::respondToTables(const platform::HttpReq
         return reply(200, json::array()); // the status reads: nothing waits and nothing has failed
     }
     const auto found = files.find(*wantedKey);
-    return reply(200, found == files.end() ? json::array() : json::array({row(found->second)}));
+    return reply(200,
+                 found == files.end() || isForeign(*wantedKey) ? json::array() : json::array({row(found->second)}));
 }
 
 platform::HttpResponse InProcessProject::upsertFile(const platform::HttpRequest& request) {
     const json body = bodyOf(request);
+    if (isForeign(body.at("storage_key").get<std::string>())) {
+        return reply(403);
+    }
     File& file = files[body.at("storage_key")];
     if (file.id.empty()) {
         file.id = "file-" + std::to_string(++lastID_);

@@ -17,9 +17,9 @@
 
 namespace veskline::testing {
 
-// A whole engine on the test's own thread: the executor that all serial executors rest on, and a clock that moves only
-// when the test says so. With a seed the ready jobs run in an order drawn from it, which keeps every serial executor's
-// own order and mixes those of different ones: the same seed gives the same run.
+// A whole engine on the thread of a test or a simulation: the executor that all serial executors rest on, and a clock
+// that moves only when its owner says so. With a seed the ready jobs run in an order drawn from it, which keeps every
+// serial executor's own order and mixes those of different ones: the same seed gives the same run.
 class OneThread {
 public:
     explicit OneThread(std::optional<std::uint64_t> seed = std::nullopt)
@@ -55,6 +55,15 @@ public:
             moveTo(*next);
             timers_.fireNextDue(now_);
             settle();
+        }
+        moveTo(end);
+    }
+    // Moves the time without running anything: who slept is ready then, and whatever else was under way has taken long.
+    void pass(std::chrono::nanoseconds span) {
+        const async::Instant end = now_ + span;
+        for (auto next = timers_.nextDue(); next && *next <= end; next = timers_.nextDue()) {
+            moveTo(*next);
+            timers_.fireNextDue(now_);
         }
         moveTo(end);
     }
