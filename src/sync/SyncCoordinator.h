@@ -124,8 +124,8 @@ private:
 
     // SyncCoordinatorRescan.cpp
     async::Task<> startEventStream(RunNumber run, std::vector<std::string> roots);
-    void deliver(std::vector<std::string> paths);
-    async::Task<> handleEventPaths(std::vector<std::string> paths);
+    void deliver(RunNumber run, std::vector<std::string> paths);
+    async::Task<> handleEventPaths(RunNumber run, std::vector<std::string> paths);
     void scheduleRescan(const std::string& root);
     async::Task<> rescan(std::string root);
     void cancelRescans();

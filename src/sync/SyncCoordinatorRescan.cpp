@@ -25,8 +25,8 @@ async::Task<> SyncCoordinator::startEventStream(RunNumber run, std::vector<std::
     if (!watchFolders_) {
         co_return;
     }
-    const auto watch = [this, &roots] {
-        return watchFolders_(roots, [this](std::vector<std::string> paths) { deliver(std::move(paths)); });
+    const auto watch = [this, run, &roots] {
+        return watchFolders_(roots, [this, run](std::vector<std::string> paths) { deliver(run, std::move(paths)); });
     };
     const EventStream stream = co_await async::Elsewhere(main_).call(watch);
     if (!isCurrent(run)) {
@@ -38,16 +38,17 @@ async::Task<> SyncCoordinator::startEventStream(RunNumber run, std::vector<std::
 }
 
 // On the main thread: hands a batch over to the coordinator's executor.
-void SyncCoordinator::deliver(std::vector<std::string> paths) {
+void SyncCoordinator::deliver(RunNumber run, std::vector<std::string> paths) {
     std::erase_if(deliveries_, [](const async::TaskHandle& delivery) { return delivery.hasEnded(); });
-    deliveries_.push_back(
-        async::spawn(main_, [this, paths = std::move(paths)]() mutable { return handleEventPaths(std::move(paths)); }));
+    deliveries_.push_back(async::spawn(
+        main_, [this, run, paths = std::move(paths)]() mutable { return handleEventPaths(run, std::move(paths)); }));
 }
 
 // Changed paths choose the folders to scan, and the scan finds out what changed. The first root that a path begins with
 // takes it, as a plain prefix: so a root also takes what happens in a sibling whose name begins with its own.
-async::Task<> SyncCoordinator::handleEventPaths(std::vector<std::string> paths) {
-    if (!isRunning_) {
+// A batch that a stop has overtaken changes nothing, not even in a new run: no rescan meets an initial scan.
+async::Task<> SyncCoordinator::handleEventPaths(RunNumber run, std::vector<std::string> paths) {
+    if (!isCurrent(run)) {
         co_return;
     }
     std::set<std::string> changed;

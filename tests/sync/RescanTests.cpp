@@ -96,6 +96,17 @@ TEST_F(Rescan, TellsOfAScanThatFailed) {
     EXPECT_TRUE(lines.back().starts_with("Rescan failed for " + root + ": no such table: preferences")) << lines.back();
 }
 
+TEST_F(Rescan, DropsABatchThatAStopAndANewStartHaveOvertaken) {
+    write("a.txt", "a");
+    start();
+    const auto late = stream.callback();
+    restart();
+    const std::size_t count = lines.size();
+    async::postCall(main.executor(), [&] { late({root + "/a.txt"}); });
+    thread.advance(1h);
+    EXPECT_EQ(lines.size(), count) << "its change was found by the new run's own scan";
+}
+
 TEST_F(Rescan, EndsWithAStopWhereverItIs) {
     write("a.txt", "a");
     start();
