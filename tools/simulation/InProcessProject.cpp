@@ -174,11 +174,17 @@ void InProcessProject::answer(platform::PendingExchange& exchange) {
 }
 
 platform::HttpResponse InProcessProject::carryOut(const platform::HttpRequest& request) {
+    workedOn_.clear();
     platform::HttpResponse response = respond(request, targetOf(request));
     if (observer_ && response.status < 300) {
-        observer_(lineOf(request));
+        observer_(lineOf(request), workedOn_);
     }
     return response;
+}
+
+std::string InProcessProject::keyOfID(std::string_view id) const {
+    const auto found = std::ranges::find_if(files, [&](const auto& entry) { return entry.second.id == id; });
+    return found == files.end() ? "" : found->first;
 }
 
 bool InProcessProject::isForeign(std::string_view storageKey) const {
@@ -230,6 +236,7 @@ platform::HttpResponse InProcessProject::storeObject(const platform::HttpRequest
     if (isForeign(key)) {
         return reply(403);
     }
+    workedOn_ = key;
     objects[key] = std::string(std::istreambuf_iterator<char>(in), {});
     return reply(200, json{{"Key", key}});
 }
@@ -239,6 +246,7 @@ platform::HttpResponse InProcessProject::respondToTables(const platform::HttpReq
     if (target == "/rest/v1/jobs") {
         const json body = bodyOf(request);
         jobs.push_back(FileJob{body.at("file_id"), body.at("kind")});
+        workedOn_ = keyOfID(jobs.back().fileID);
         return reply(201);
     }
     if (request.method == "POST") {
@@ -246,8 +254,9 @@ platform::HttpResponse InProcessProject::respondToTables(const platform::HttpReq
     }
     if (request.method == "PATCH") {
         const std::string id = queryValue(target, "id=eq.").value_or("");
-        for (auto& [key, file] : files) {
-            file.isDeleted = file.isDeleted || (file.id == id && !isForeign(key));
+        workedOn_ = keyOfID(id);
+        if (const auto file = files.find(workedOn_); file != files.end() && !isForeign(workedOn_)) {
+            file->second.isDeleted = true;
         }
         return reply(204);
     }
@@ -265,7 +274,8 @@ platform::HttpResponse InProcessProject::upsertFile(const platform::HttpRequest&
     if (isForeign(body.at("storage_key").get<std::string>())) {
         return reply(403);
     }
-    File& file = files[body.at("storage_key")];
+    workedOn_ = body.at("storage_key");
+    File& file = files[workedOn_];
     if (file.id.empty()) {
         file.id = "file-" + std::to_string(++lastID_);
     }

@@ -59,8 +59,9 @@ public:
     [[nodiscard]] std::string refreshToken() const { return "refresh-" + std::to_string(tokenNumber_); }
 
     void setFaults(FaultRule rule) { faults_ = std::move(rule); }
-    // Told of each request that was carried out, as `faults` are asked, right after it.
-    void setObserver(std::function<void(std::string_view request)> observer) { observer_ = std::move(observer); }
+    // Told of each request that was carried out, right after it, and under which key its object or row lies, if any.
+    using Observer = std::function<void(std::string_view request, const std::string& storageKey)>;
+    void setObserver(Observer observer) { observer_ = std::move(observer); }
     // Requests whose text holds `part` wait from now on, until released.
     void hold(std::string part) { held_ = std::move(part); }
     void release();
@@ -99,6 +100,7 @@ private:
     [[nodiscard]] platform::HttpResponse upsertFile(const platform::HttpRequest& request);
     [[nodiscard]] platform::HttpResponse storeObject(const platform::HttpRequest& request, std::string_view target);
     [[nodiscard]] bool isAuthorised(const platform::HttpRequest& request) const;
+    [[nodiscard]] std::string keyOfID(std::string_view id) const;
     [[nodiscard]] bool isForeign(std::string_view storageKey) const;
 
     async::Executor executor_;
@@ -107,7 +109,8 @@ private:
     bool isExpired_ = false;
     std::string signupAnswer_;
     FaultRule faults_;
-    std::function<void(std::string_view)> observer_;
+    Observer observer_;
+    std::string workedOn_; // the key of the request under way
     std::string held_;
     std::uint64_t lastTicket_ = 0;
     std::map<std::uint64_t, platform::PendingExchange*> pending_;

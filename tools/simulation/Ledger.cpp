@@ -1,0 +1,122 @@
+#include "simulation/Ledger.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace veskline::simulation {
+
+namespace {
+
+constexpr std::string_view tooLarge = "skipped-too-large";
+
+std::string userOf(std::string_view key) {
+    return std::string(key.substr(0, key.find('/')));
+}
+
+} // namespace
+
+void Ledger::scanBegins(const std::string& root) {
+    ++walksUnderWay_;
+    walks_.push_back({root, Oracle::list(root)});
+}
+
+void Ledger::scanEnds() {
+    if (--walksUnderWay_ <= 0) {
+        isAtRest();
+    }
+}
+
+const Ledger::KeyHistory& Ledger::of(const std::string& key) const {
+    static const KeyHistory none;
+    const auto found = keys_.find(key);
+    return found == keys_.end() ? none : found->second;
+}
+
+void Ledger::carriedOut(std::string_view request, const std::string& key) {
+    if (request.starts_with("POST /storage/")) {
+        keys_[key].isUnconfirmed = true;
+    } else if (request.starts_with("POST /rest/v1/files")) {
+        upserted(key);
+    } else if (request.starts_with("POST /rest/v1/jobs") && project_.jobs.back().kind == "ingest") {
+        KeyHistory& history = keys_[key];
+        history.lacksJob = false;
+        history.jobbed.insert(history.recorded.begin(), history.recorded.end());
+    } else if (request.starts_with("PATCH ")) {
+        markedDeleted(key);
+    }
+}
+
+void Ledger::upserted(const std::string& key) {
+    const testing::InProcessProject::File& file = project_.files.at(key);
+    KeyHistory& history = keys_[key];
+    const bool isIngested = file.ingestedSHA256 == file.sha256;
+    history.lacksJob = !isIngested && (history.lacksJob || !history.recorded.contains(file.sha256));
+    history.recorded.insert(file.sha256);
+    if (isIngested) {
+        history.jobbed.insert(file.sha256);
+    }
+    history.isUnconfirmed = true;
+    history.wasDrained = isDraining_;
+}
+
+void Ledger::markedDeleted(const std::string& key) {
+    const auto row = std::ranges::find_if(rows_, [&](const auto& each) { return each.second.storageKey == key; });
+    if (row == rows_.end()) {
+        findings_.violate("no file that may exist is taken for deleted", key + " has no state row");
+    } else {
+        requireGone(row->second, "marked deleted");
+    }
+}
+
+// What is told to be deleted was not there when some scan under way looked.
+void Ledger::requireGone(const FileStateRow& row, std::string_view what) {
+    const bool wasGone = std::ranges::any_of(
+        walks_, [&](const Walk& walk) { return walk.root == row.rootPath && !walk.listing.mayHold(row.path); });
+    if (!wasGone) {
+        findings_.violate("no file that may exist is taken for deleted", fmt::format("{} was {}", row.path, what));
+    }
+}
+
+void Ledger::rowsBecame(Rows rows) {
+    const Rows before = std::exchange(rows_, std::move(rows));
+    for (const auto& [path, row] : before) {
+        if (!rows_.contains(path)) {
+            rowDropped(row);
+        }
+    }
+    for (const auto& [path, row] : rows_) {
+        const auto old = before.find(path);
+        if (old == before.end() || old->second != row) {
+            rowWritten(old == before.end() ? nullptr : &old->second, row);
+        }
+    }
+}
+
+void Ledger::rowWritten(const FileStateRow* before, const FileStateRow& row) {
+    const bool keepsKey = before != nullptr && before->storageKey == row.storageKey;
+    if (before != nullptr && !keepsKey && userOf(before->storageKey) != userOf(row.storageKey)) {
+        shared_.insert(before->storageKey);
+    }
+    if (row.sha256 == tooLarge || (keepsKey && before->sha256 == row.sha256)) {
+        return;
+    }
+    KeyHistory& history = keys_[row.storageKey];
+    if (!project_.objects.contains(row.storageKey) || !history.recorded.contains(row.sha256) ||
+        !history.jobbed.contains(row.sha256)) {
+        findings_.violate("the state row is written last", row.path);
+    }
+    history.isUnconfirmed = false;
+    history.recorded = {project_.files.at(row.storageKey).sha256};
+    history.jobbed.clear();
+}
+
+void Ledger::rowDropped(const FileStateRow& row) {
+    requireGone(row, "forgotten");
+    if (userOf(row.storageKey) != "user-" + project_.userID()) {
+        shared_.insert(row.storageKey);
+    }
+}
+
+} // namespace veskline::simulation

@@ -1,0 +1,58 @@
+#include "simulation/LogOrder.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace veskline::simulation {
+
+void LogOrder::expect(bool isInOrder, const std::string& line) {
+    if (!isInOrder) {
+        findings_.violate("log lines come in their order, and once", line);
+    }
+}
+
+void LogOrder::enter(Phase phase, Phase from, const std::string& line) {
+    expect(phase_ == from, line);
+    phase_ = phase;
+}
+
+void LogOrder::read(const std::string& line) {
+    if (line.starts_with("Starting sync (")) {
+        expect(phase_ == Phase::idle || std::exchange(mayStartAnew_, false), line);
+        phase_ = Phase::starting;
+        nextRoot_ = 0;
+    } else if (line.starts_with("Folders: ")) {
+        enter(Phase::folders, Phase::starting, line);
+    } else if (line == "Performing initial scan...") {
+        enter(Phase::drain, Phase::folders, line);
+    } else if (line == "Initial scan complete") {
+        expect(nextRoot_ == roots_.size(), line);
+        enter(Phase::complete, Phase::scans, line);
+    } else if (line.starts_with("Watching ")) {
+        enter(Phase::watching, Phase::complete, line);
+    } else if (line == "Sync stopped.") {
+        expect(++stops_ <= starts_, line);
+        phase_ = Phase::idle;
+    } else {
+        readLineOfScan(line);
+    }
+}
+
+void LogOrder::readLineOfScan(const std::string& line) {
+    if (line.starts_with("Initial scan: ")) {
+        expect(phase_ == Phase::drain || phase_ == Phase::scans, line);
+        expect(nextRoot_ < roots_.size() && line == "Initial scan: " + roots_[nextRoot_], line);
+        phase_ = Phase::scans;
+        ++nextRoot_;
+        ++scans_;
+    } else if (line.starts_with("Rescan: ")) {
+        expect(phase_ == Phase::watching || phase_ == Phase::complete, line);
+        ++scans_;
+    } else if (line.starts_with("Summary: ")) {
+        expect(++summaries_ <= scans_, line);
+    } else if (line.starts_with("Found ") || line.starts_with("Scanned: ")) {
+        expect(phase_ == Phase::scans, line);
+    }
+}
+
+} // namespace veskline::simulation
