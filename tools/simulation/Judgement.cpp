@@ -84,7 +84,6 @@ void Judgement::judgeContent(const Oracle::Document& document, const std::string
     if (difference.empty()) {
         return;
     }
-    const Ledger::KeyHistory& history = world_.ledger().of(key);
     const auto file = world_.project().files.find(key);
     if (file != world_.project().files.end() &&
         file->second.isDeleted) { // the file was gone then: the ledger saw to it
@@ -93,8 +92,8 @@ void Judgement::judgeContent(const Oracle::Document& document, const std::string
         findings_.allow(unseenRewrite);
     } else if (layout_ == Layout::nested && world_.ledger().rows().at(document.path).storageKey != key) {
         findings_.allow(nestedRoots); // the row is the other root's, and tells nothing of this key
-    } else if (history.isUnconfirmed) {
-        findings_.allow(history.wasDrained ? staleRetry : halfDone);
+    } else if (file != world_.project().files.end() && world_.ledger().of(key).isUnconfirmed) {
+        findings_.allow(world_.queue().hasHeld(key, file->second.sha256) ? staleRetry : halfDone);
     } else {
         violate(hostedEqualsDisk, difference + " of " + document.path);
     }

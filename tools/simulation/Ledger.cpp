@@ -58,7 +58,6 @@ void Ledger::upserted(const std::string& key) {
         history.jobbed.insert(file.sha256);
     }
     history.isUnconfirmed = true;
-    history.wasDrained = isDraining_;
 }
 
 void Ledger::markedDeleted(const std::string& key) {

@@ -30,8 +30,6 @@ public:
     // The hosted side carried this out.
     void carriedOut(std::string_view request, const std::string& key);
     void rowsBecame(Rows rows);
-    void drainBegins() { isDraining_ = true; }
-    void drainEnds() { isDraining_ = false; }
 
     [[nodiscard]] const Rows& rows() const noexcept { return rows_; }
 
@@ -40,7 +38,6 @@ public:
         std::set<std::string> recorded; // digests in the hosted row
         std::set<std::string> jobbed;   // those of them that the worker was told of, or had already
         bool isUnconfirmed = false;     // the object or the hosted row was written, and no state row since
-        bool wasDrained = false;        // the retry queue wrote the hosted row last
         bool lacksJob = false;          // the hosted row changed, and the worker was not told
     };
     [[nodiscard]] const KeyHistory& of(const std::string& key) const;
@@ -65,7 +62,6 @@ private:
     std::set<std::string> shared_;
     std::vector<Walk> walks_; // of the scans under way, and of some that ended beside them
     int walksUnderWay_ = 0;
-    bool isDraining_ = false;
 };
 
 } // namespace veskline::simulation

@@ -40,6 +40,7 @@ void QueueWatch::fileBecame(const std::string& content) {
     std::multiset<std::string> now;
     for (const RetryQueueItem& item : items) {
         now.insert(identityOf(item));
+        held_.emplace(item.storageKey, item.sha256.value_or(""));
     }
     const std::vector<RetryQueueItem> before = std::exchange(items_, std::move(items));
     for (const RetryQueueItem& item : before) {

@@ -5,6 +5,7 @@
 
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace veskline::simulation {
@@ -23,10 +24,15 @@ public:
     void fileBecame(const std::string& content);
 
     [[nodiscard]] const std::vector<RetryQueueItem>& items() const noexcept { return items_; }
+    // Whether the queue ever held this digest for this key.
+    [[nodiscard]] bool hasHeld(const std::string& storageKey, const std::string& sha256) const {
+        return held_.contains({storageKey, sha256});
+    }
 
 private:
     Findings& findings_;
     std::vector<RetryQueueItem> items_;
+    std::set<std::pair<std::string, std::string>> held_;
     std::multiset<std::string> appended_; // while a drain is under way
     std::set<std::string> users_;         // who may be the drain's user
     bool isDraining_ = false;

@@ -44,8 +44,13 @@ public:
     // Something happens; now and then the engine hears of it and looks, so that what comes next meets a rescan under
     // way.
     void writeScene(std::vector<Operation>& operations) {
-        if (below(12) == 0) {
+        switch (below(16)) {
+        case 0:
             return writeThereAndBack(operations);
+        case 1:
+            return writeRestart(operations);
+        default:
+            break;
         }
         const Action action = operations.emplace_back(next()).action;
         if (action <= Action::moveFolder && below(3) == 0) {
@@ -78,6 +83,9 @@ private:
         const std::uint32_t there = place();
         const std::uint32_t elsewhere = drawPlace();
         const Operation fault{1500, Action::fault, {3 + below(4), below(WireFaults::kindCount), 1 + below(2)}};
+        if (below(4) == 0) {
+            operations.push_back({0, Action::freezeQueue, {}});
+        }
         if (below(2) == 0) {
             operations.insert(operations.end(), {fault, {0, Action::moveFile, {there, elsewhere, 0}}});
             letRescanFollow(operations);
@@ -88,6 +96,18 @@ private:
             operations.push_back({below(400), Action::write, {there, 0, 20}});
         }
         letRescanFollow(operations);
+    }
+
+    // A stop and a start while something is under way, on a bad wire.
+    void writeRestart(std::vector<Operation>& operations) {
+        operations.push_back(write());
+        operations.push_back({0, Action::fault, {drawStep(), below(WireFaults::kindCount), 1 + below(3)}});
+        letRescanFollow(operations);
+        operations.push_back({below(120), Action::stop, {}});
+        if (below(4) == 0) {
+            operations.push_back({below(20), Action::signIn, {below(2), 0, 0}});
+        }
+        operations.push_back({below(20), Action::start, {}});
     }
 
     // Mostly at the steps of an upload.

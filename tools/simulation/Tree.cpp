@@ -111,6 +111,7 @@ void Tree::apply(const Operation& operation) {
 }
 
 void Tree::comeToRest() {
+    openAll();
     moveRootsBack();
     openAll();
 }
@@ -197,11 +198,15 @@ void Tree::moveRootAway(std::size_t root) {
     }
 }
 
+// The last that went comes first, since one may lie in the other. One whose place may not be entered has to wait.
 void Tree::moveRootsBack() {
-    std::error_code ignored;
+    std::error_code error;
     for (; !rootsAway_.empty(); rootsAway_.pop_back()) {
         const std::size_t root = rootsAway_.back();
-        fs::rename(fs::path(away_) / std::to_string(root), roots_[root], ignored);
+        fs::rename(fs::path(away_) / std::to_string(root), roots_[root], error);
+        if (error) {
+            return;
+        }
     }
 }
 

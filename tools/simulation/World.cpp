@@ -265,7 +265,6 @@ void World::readLine(const std::string& line) {
     logOrder_.read(line);
     if (line == "Performing initial scan...") {
         isPastDrain_ = false;
-        ledger_.drainBegins();
         queueWatch_.drainBegins(project_.userID());
     }
     for (const std::string_view reason : {"Initial scan: ", "Rescan: "}) {
@@ -285,7 +284,6 @@ void World::readLine(const std::string& line) {
 // An older start that was stopped may still be at its drain.
 void World::drainMayHaveEnded() {
     if (startsUnderWay_ == 0 || (startsUnderWay_ == 1 && isPastDrain_)) {
-        ledger_.drainEnds();
         queueWatch_.drainEnds();
     }
 }
