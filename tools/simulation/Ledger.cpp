@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 namespace veskline::simulation {
@@ -22,9 +23,25 @@ void Ledger::scanBegins(const std::string& root) {
     walks_.push_back({root, Oracle::list(root)});
 }
 
-void Ledger::scanEnds() {
+void Ledger::scanEnds(const std::string& summary) {
+    if (walks_.size() == 1) { // else nobody knows whose end this is
+        judgeSummary(summary);
+    }
     if (--walksUnderWay_ <= 0) {
         isAtRest();
+    }
+}
+
+// Deletions come behind the last file: a pass that ended early has none.
+void Ledger::judgeSummary(const std::string& summary) {
+    std::size_t uploaded = 0;
+    std::size_t skipped = 0;
+    std::size_t deleted = 0;
+    std::size_t failed = 0;
+    const int read = std::sscanf(summary.c_str(), "Summary: uploaded %zu, skipped %zu, deleted %zu, failed %zu.",
+                                 &uploaded, &skipped, &deleted, &failed);
+    if (read == 4 && deleted > 0 && uploaded + skipped + failed < walks_.front().listing.documents.size()) {
+        findings_.violate("nothing is deleted before every file was visited", summary);
     }
 }
 

@@ -24,7 +24,8 @@ public:
 
     // A scan of this root begins and looks at the disk right after this.
     void scanBegins(const std::string& root);
-    void scanEnds();
+    // With its summary, or with none where it failed.
+    void scanEnds(const std::string& summary);
     // Nothing is under way.
     void isAtRest() { walks_.clear(), walksUnderWay_ = 0; }
     // The hosted side carried this out.
@@ -49,6 +50,7 @@ private:
         std::string root;
         Oracle::Listing listing;
     };
+    void judgeSummary(const std::string& summary);
     void rowWritten(const FileStateRow* before, const FileStateRow& row);
     void rowDropped(const FileStateRow& row);
     void requireGone(const FileStateRow& row, std::string_view what);

@@ -18,9 +18,7 @@ void LogOrder::enter(Phase phase, Phase from, const std::string& line) {
 
 void LogOrder::read(const std::string& line) {
     if (line.starts_with("Starting sync (")) {
-        expect(phase_ == Phase::idle || std::exchange(mayStartAnew_, false), line);
-        phase_ = Phase::starting;
-        nextRoot_ = 0;
+        readStart(line);
     } else if (line.starts_with("Folders: ")) {
         enter(Phase::folders, Phase::starting, line);
     } else if (line == "Performing initial scan...") {
@@ -31,10 +29,28 @@ void LogOrder::read(const std::string& line) {
     } else if (line.starts_with("Watching ")) {
         enter(Phase::watching, Phase::complete, line);
     } else if (line == "Sync stopped.") {
-        expect(++stops_ <= starts_, line);
-        phase_ = Phase::idle;
+        readStop(line);
     } else {
         readLineOfScan(line);
+    }
+}
+
+void LogOrder::readStart(const std::string& line) {
+    if (phase_ != Phase::idle && !std::exchange(mayStartAnew_, false)) {
+        expect(lateStops_ < stopsUnderWay_, line);
+        ++lateStops_;
+    }
+    phase_ = Phase::starting;
+    nextRoot_ = 0;
+}
+
+void LogOrder::readStop(const std::string& line) {
+    expect(++stops_ <= starts_, line);
+    if (lateStops_ > 0) {
+        --lateStops_;
+        findings_.allow("a start before the last line of a stop");
+    } else {
+        phase_ = Phase::idle;
     }
 }
 

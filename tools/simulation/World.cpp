@@ -219,11 +219,15 @@ async::Task<> World::start(std::uint32_t speed) {
 }
 
 async::Task<> World::stop(std::uint32_t) {
-    return coordinator_.stopSync();
+    logOrder_.stopBegins();
+    co_await coordinator_.stopSync();
+    logOrder_.stopEnds();
 }
 
 async::Task<> World::signOut(std::uint32_t) {
-    return coordinator_.signOut();
+    logOrder_.stopBegins();
+    co_await coordinator_.signOut();
+    logOrder_.stopEnds();
 }
 
 async::Task<> World::signIn(std::uint32_t user) {
@@ -277,7 +281,7 @@ void World::readLine(const std::string& line) {
         drainMayHaveEnded();
     }
     if (line.starts_with("Summary: ") || line.starts_with("Rescan failed for ")) {
-        ledger_.scanEnds();
+        ledger_.scanEnds(line);
     }
 }
 
