@@ -85,6 +85,13 @@ TEST(QueueWatch, SeesAnItemThatIsLost) {
     EXPECT_EQ(findings.violations.size(), 2U) << "another user's";
     watch.fileBecame("[{");
     EXPECT_EQ(findings.violations.size(), 3U) << "half a file";
+    watch.drainEnds();
+    watch.uploadFailed("/bob2", "Supabase request failed with status 500");
+    EXPECT_EQ(findings.violations.size(), 3U) << "its item was there";
+    watch.uploadFailed("/bob2", "Not authenticated");
+    EXPECT_EQ(findings.violations.size(), 3U) << "leaves none";
+    watch.uploadFailed("/bob2", "The connection broke");
+    EXPECT_EQ(findings.violations.size(), 4U) << "it never came";
 }
 
 TEST(Ledger, SeesARowThatIsWrittenTooEarlyOrDroppedWithoutCause) {

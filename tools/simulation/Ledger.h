@@ -26,6 +26,7 @@ public:
     void scanBegins(const std::string& root);
     // With its summary, or with none where it failed.
     void scanEnds(const std::string& summary);
+    [[nodiscard]] bool isScanUnderWay() const noexcept { return walksUnderWay_ > 0; }
     // Nothing is under way.
     void isAtRest() { walks_.clear(), walksUnderWay_ = 0; }
     // The hosted side carried this out.

@@ -57,6 +57,37 @@ void QueueWatch::fileBecame(const std::string& content) {
     if (isDraining_) {
         appended_.merge(now); // what is left is new
     }
+    countNew(before);
+}
+
+void QueueWatch::countNew(const std::vector<RetryQueueItem>& before) {
+    std::multiset<std::string> known;
+    for (const RetryQueueItem& item : before) {
+        known.insert(identityOf(item));
+    }
+    for (const RetryQueueItem& item : items_) {
+        if (const auto old = known.find(identityOf(item)); old != known.end()) {
+            known.erase(old);
+        } else if (item.attempts == 0) {
+            ++fresh_[item.localPath];
+        }
+    }
+}
+
+// Only a step of the wire fails in these words, and only what comes before the wire leaves no item.
+void QueueWatch::uploadFailed(const std::string& path, const std::string& words) {
+    if (!words.starts_with("Supabase request failed") && !words.starts_with("The connection broke")) {
+        return;
+    }
+    if (++failed_[path] <= fresh_[path]) {
+        return;
+    }
+    failed_[path] = fresh_[path];
+    if (isDraining_) {
+        findings_.allow("an item appended while a drain was under way");
+    } else {
+        findings_.violate("a failed upload is queued", path);
+    }
 }
 
 } // namespace veskline::simulation

@@ -3,6 +3,7 @@
 #include "simulation/Findings.h"
 #include "state/records/RetryQueueItem.h"
 
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -20,6 +21,8 @@ public:
     void drainBegins(const std::string& user);
     void userDuringDrain(const std::string& user) { users_.insert(user); }
     void drainEnds();
+    // The log says so of a file, with these words; by then its item has been appended.
+    void uploadFailed(const std::string& path, const std::string& words);
     // The queue file's content after it may have changed; absent reads as an empty text.
     void fileBecame(const std::string& content);
 
@@ -30,7 +33,11 @@ public:
     }
 
 private:
+    void countNew(const std::vector<RetryQueueItem>& before);
+
     Findings& findings_;
+    std::map<std::string, int> fresh_;  // items that were appended, by path
+    std::map<std::string, int> failed_; // failures that have to leave one
     std::vector<RetryQueueItem> items_;
     std::set<std::pair<std::string, std::string>> held_;
     std::multiset<std::string> appended_; // while a drain is under way

@@ -49,6 +49,8 @@ public:
             return writeThereAndBack(operations);
         case 1:
             return writeRestart(operations);
+        case 2:
+            return writeFailingTogether(operations);
         default:
             break;
         }
@@ -108,6 +110,18 @@ private:
             operations.push_back({below(20), Action::signIn, {below(2), 0, 0}});
         }
         operations.push_back({below(20), Action::start, {}});
+    }
+
+    // Files of all roots fail side by side.
+    void writeFailingTogether(std::vector<Operation>& operations) {
+        operations.push_back({1500, Action::pass, {2100, 0, 0}});
+        for (std::uint32_t i = 0; i < 6; ++i) {
+            const Place place{.root = i % 2, .folder = below(3), .name = below(11)};
+            operations.push_back({0, Action::write, {place.number(), below(3), 20}});
+        }
+        operations.push_back({0, Action::fault, {drawStep(), below(WireFaults::kindCount), 12}});
+        letRescanFollow(operations);
+        operations.push_back({300, Action::heal, {}});
     }
 
     // Mostly at the steps of an upload.
@@ -182,7 +196,7 @@ Script Script::ofSeed(std::uint64_t seed) {
         script.operations.push_back(author.write());
     }
     script.operations.push_back({0, Action::start, {}});
-    const std::uint32_t count = 15 + author.below(30);
+    const std::uint32_t count = 10 + author.below(20);
     for (std::uint32_t i = 0; i < count; ++i) {
         author.writeScene(script.operations);
     }

@@ -271,8 +271,10 @@ void World::readLine(const std::string& line) {
         isPastDrain_ = false;
         queueWatch_.drainBegins(project_.userID());
     }
+    readFailedUpload(line);
     for (const std::string_view reason : {"Initial scan: ", "Rescan: "}) {
         if (line.starts_with(reason)) {
+            lacksSession_ = !hasSession_ || (lacksSession_ && ledger_.isScanUnderWay());
             ledger_.scanBegins(line.substr(reason.size()));
         }
     }
@@ -282,6 +284,14 @@ void World::readLine(const std::string& line) {
     }
     if (line.starts_with("Summary: ") || line.starts_with("Rescan failed for ")) {
         ledger_.scanEnds(line);
+    }
+}
+
+void World::readFailedUpload(const std::string& line) {
+    constexpr std::string_view failed = "Upload failed, queued for retry: ";
+    if (line.starts_with(failed) && !lacksSession_) {
+        const std::size_t end = line.rfind(" (");
+        queueWatch_.uploadFailed(line.substr(failed.size(), end - failed.size()), line.substr(end + 2));
     }
 }
 
@@ -303,7 +313,9 @@ void World::lookAtStores() {
     }
     if (sessionTap_.hasRun()) {
         const std::string session = read(sessionFolder_ + "/session.json");
-        if (!session.empty() && !nlohmann::json::accept(session)) {
+        hasSession_ = !session.empty();
+        lacksSession_ = lacksSession_ || !hasSession_;
+        if (hasSession_ && !nlohmann::json::accept(session)) {
             findings_.violate("the stores are whole at every moment", session);
         }
     }

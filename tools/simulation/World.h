@@ -68,6 +68,7 @@ private:
     void freeze(const std::string& folder, const char* kind);
 
     void readLine(const std::string& line);
+    void readFailedUpload(const std::string& line);
     void drainMayHaveEnded();
     void lookAtStores();
     [[nodiscard]] SyncCoordinator::EventStream watch(std::function<void(std::vector<std::string>)> onPathsChanged);
@@ -107,7 +108,9 @@ private:
     std::function<void(std::vector<std::string>)> onPathsChanged_;
     int streams_ = 0;
     int startsUnderWay_ = 0;
-    bool isPastDrain_ = true;            // the latest start
+    bool isPastDrain_ = true;   // the latest start
+    bool hasSession_ = false;   // in the session file
+    bool lacksSession_ = false; // at some time of a scan under way: a file may then fail for want of a user, unqueued
     std::vector<std::string> lastLines_; // of the last start
 };
 
