@@ -1,7 +1,7 @@
 #pragma once
 
-#include "state/StorePlace.h"
 #include "simulation/OneThread.h"
+#include "state/StorePlace.h"
 #include "support/TemporaryFolder.h"
 
 #include <exception>
