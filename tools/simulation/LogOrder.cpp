@@ -36,18 +36,21 @@ void LogOrder::read(const std::string& line) {
 }
 
 void LogOrder::readStart(const std::string& line) {
-    if (phase_ != Phase::idle && !std::exchange(mayStartAnew_, false)) {
-        expect(lateStops_ < stopsUnderWay_, line);
-        ++lateStops_;
-    }
+    const bool mayFollow = phase_ == Phase::idle || mayStartAnew_ || mayBeStopped_ || stopsUnderWay_ > 0;
+    expect(mayFollow, line);
+    mayStartAnew_ = false;
+    mayBeStopped_ = false;
+    lateStops_ = stopsUnderWay_;
     phase_ = Phase::starting;
     nextRoot_ = 0;
 }
 
+// While a stop is under way that began before the latest start, the line may be that one's, or end this start.
 void LogOrder::readStop(const std::string& line) {
     expect(++stops_ <= starts_, line);
     if (lateStops_ > 0) {
         --lateStops_;
+        mayBeStopped_ = true;
         findings_.allow("a start before the last line of a stop");
     } else {
         phase_ = Phase::idle;

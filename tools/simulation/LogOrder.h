@@ -38,7 +38,8 @@ private:
     int starts_ = 0;
     int stops_ = 0;
     int stopsUnderWay_ = 0;
-    int lateStops_ = 0; // whose line is still to come
+    int lateStops_ = 0; // that began before the latest start, and whose line is still to come
+    bool mayBeStopped_ = false;
     int scans_ = 0;
     int summaries_ = 0;
 };
