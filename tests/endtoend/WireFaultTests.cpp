@@ -2,7 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
 
 namespace veskline::testing {
 
@@ -16,6 +18,8 @@ struct Step {
     json request;        // what a fault picks it by
     bool readsItsAnswer; // the others count as done by their status alone
     bool isAnsweredByABody = true;
+
+    friend void PrintTo(const Step& step, std::ostream* out) { *out << step.name; }
 };
 
 // `skip` passes over the same request of the launch and of the step before.
