@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/Heap.h"
 #include "model/Collaborators.h"
 #include "platform/async/MainExecutor.h"
 #include "platform/async/ThreadPool.h"
@@ -30,6 +31,7 @@ public:
     void quit();
 
 private:
+    Heap heap_; // first: before any thread
     std::atomic<bool> isQuitting_ = false;
     async::MainExecutor main_;
     async::ThreadPool pool_;
