@@ -51,6 +51,10 @@ TEST(Json, ReadsRecordsWithNestedOnesAndTakesNullAsMissing) {
 }
 
 TEST(Json, NamesThePlaceOfWhatIsWrong) {
+    std::string endless = "[{}"; // read in a moment: a time quadratic in the members would be days
+    for (int i = 0; i < 3'000'000; ++i) {
+        endless += ",{}";
+    }
     const std::pair<std::string, const char*> rows[] = {
         {"", "The text is not valid JSON: error in line 1, column 1"},
         {"{\"a\": 1,\n \"b\": }", "The text is not valid JSON: error in line 2, column 7"},
@@ -58,6 +62,10 @@ TEST(Json, NamesThePlaceOfWhatIsWrong) {
         {"[\"\xff\"]", "The text is not valid JSON: error in line 1, column 3"},
         {"[1e999]", "The text is not valid JSON: a number in it is too large"},
         {std::string(5000000, '['), "The JSON text is nested deeper than 256 levels"},
+        {std::string(5000000, '[') + "nonsense", "The JSON text is nested deeper than 256 levels"},
+        {"nonsense" + std::string(300, '['), "The text is not valid JSON: error in line 1, column 2"},
+        {"[\"" + std::string(300, '[') + "\\\"" + std::string(300, '{') + "\"]", "The document is not an object"},
+        {endless + "]", "The document is not an object"},
         {"[]", "The document is not an object"},
         {"{}", "The value of \"name\" is missing"},
         {R"({"name":5})", "The value of \"name\" is not a text"},
