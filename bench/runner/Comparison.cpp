@@ -3,20 +3,23 @@
 #include "runner/Sink.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <functional>
 #include <ranges>
 #include <stdexcept>
+#include <string_view>
 
 namespace bench {
 
 namespace {
 
-// One contender. Another program that does the same work would stand here with a command of its own; where it gives no
-// sample, what the system tells of it counts.
+// One contender, and how it is run once.
 struct Runs {
     std::string name;
-    std::string program;
+    std::function<Sample()> run;
     std::vector<Sample> samples = {}; // one a round
 };
 
@@ -36,12 +39,19 @@ Sample runOnce(const Row& row, const std::string& program, const Row::NextArgume
     return sample;
 }
 
-void requireSameWork(const std::vector<Runs>& all) {
-    const std::int64_t expected = all.front().samples.back().count;
-    for (const Runs& runs : all) {
-        if (const std::int64_t count = runs.samples.back().count; count != expected || count == 0) {
-            throw std::runtime_error(fmt::format("the {} counted {}, the floor {}", runs.name, count, expected));
-        }
+bool isInstalled(const std::string& program) {
+    const char* const path = std::getenv("PATH");
+    return std::ranges::any_of(std::views::split(std::string_view(path == nullptr ? "" : path), ':'),
+                               [&](const auto& folder) {
+                                   const std::string place(folder.begin(), folder.end());
+                                   return access((place + "/" + program).c_str(), X_OK) == 0;
+                               });
+}
+
+void requireSameWork(const Runs& agent, const Runs& floor) {
+    const std::int64_t count = agent.samples.back().count;
+    if (const std::int64_t expected = floor.samples.back().count; count != expected || count == 0) {
+        throw std::runtime_error(fmt::format("the agent counted {}, the floor {}", count, expected));
     }
 }
 
@@ -72,20 +82,38 @@ Comparison::Contender contender(const Runs& runs, const Runs& floor) {
     };
 }
 
+// The floor, the agent, and the peers that are installed.
+std::vector<Runs> contenders(const Row& row, const Programs& programs, const WorkFolder& data,
+                             const Interrupt& interrupt) {
+    const Row::NextArguments nextArguments = row.prepare(data);
+    const auto own = [=, &row, &programs, &interrupt](const std::string& program) {
+        return [=, &row, &programs, &interrupt] {
+            return runOnce(row, program, nextArguments, programs.floor, interrupt);
+        };
+    };
+    std::vector<Runs> all{{.name = "floor", .run = own(row.isWholeProcess ? programs.windowFloor : programs.floor)},
+                          {.name = "agent", .run = own(row.isWholeProcess ? programs.window : programs.agent)}};
+    for (const Peer& peer : row.peers) {
+        if (isInstalled(peer.name)) {
+            const std::vector<std::string> command = peer.prepare(data, nextArguments("").front());
+            all.push_back({.name = peer.name, .run = [=, &interrupt] { return Program(command, interrupt).finish(); }});
+        }
+    }
+    return all;
+}
+
 } // namespace
 
 Comparison compare(const Row& row, const Programs& programs, int rounds, const WorkFolder& data,
                    const Interrupt& interrupt) {
-    const Row::NextArguments nextArguments = row.prepare(data);
-    std::vector<Runs> all{{.name = "floor", .program = row.isWholeProcess ? programs.windowFloor : programs.floor},
-                          {.name = "agent", .program = row.isWholeProcess ? programs.window : programs.agent}};
+    std::vector<Runs> all = contenders(row, programs, data, interrupt);
     for (int round = 0; round < rounds; ++round) {
         for (std::size_t turn = 0; turn < all.size(); ++turn) {
             Runs& runs = all[(turn + static_cast<std::size_t>(round)) % all.size()];
-            runs.samples.push_back(runOnce(row, runs.program, nextArguments, programs.floor, interrupt));
+            runs.samples.push_back(runs.run());
         }
         if (!row.isWholeProcess) {
-            requireSameWork(all);
+            requireSameWork(all[1], all[0]);
         }
     }
     Comparison comparison{.row = row, .contenders = {}};

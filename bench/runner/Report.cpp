@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <sys/utsname.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <thread>
@@ -39,6 +40,13 @@ std::vector<Verdict> verdicts(const Comparison& comparison) {
     if (goal.growthOverFloorMiB) {
         list.push_back({"over floor", *goal.growthOverFloorMiB, agent.growthMiB.amount - floor.growthMiB.amount});
     }
+    for (const Peer& peer : comparison.row.peers) {
+        const auto found = std::ranges::find(comparison.contenders, peer.name, &Comparison::Contender::name);
+        if (peer.timesFaster > 0 && found != comparison.contenders.end()) {
+            list.push_back(
+                {peer.name, 1 / peer.timesFaster, agent.wallMilliseconds.amount / found->wallMilliseconds.amount});
+        }
+    }
     return list;
 }
 
@@ -62,7 +70,8 @@ double load() {
 std::string head(int rounds) {
     utsname system{};
     uname(&system);
-    return fmt::format("{} x {}, {} {}, load {:.2f}. Medians of {} rounds; x: times the floor.\n\n"
+    return fmt::format("{} x {}, {} {}, load {:.2f}. Medians of {} rounds; x: times the floor. Of other "
+                       "programs all memory counts.\n\n"
                        "{:10}{:>12}{:>7}{:>10}{:>7}{:>12}  goals\n",
                        std::thread::hardware_concurrency(), processor(), system.sysname, system.release, load(), rounds,
                        "", "wall ms", "x", "cpu ms", "x", "growth MiB");

@@ -9,6 +9,46 @@ namespace bench {
 
 namespace {
 
+// Names and sizes of the tree.
+Peer find() {
+    const auto prepare = [](const WorkFolder&, const std::string& tree) -> Row::Arguments {
+        return {"find", tree, "-type", "f", "-fprintf", "/dev/null", "%s %p\n"};
+    };
+    return {.name = "find", .prepare = prepare, .timesFaster = 1};
+}
+
+std::string copyOf(const std::string& tree, const WorkFolder& data, const Interrupt& interrupt) {
+    std::string copy = data.emptyFolder("copy");
+    Program({"cp", "-a", tree + "/.", copy}, interrupt).finish();
+    return copy;
+}
+
+// What else finds out that nothing has changed in a tree that was brought somewhere before.
+std::vector<Peer> synchronizers(const Interrupt& interrupt) {
+    const auto rclone = [&interrupt](const WorkFolder& data, const std::string& tree) -> Row::Arguments {
+        return {"rclone", "sync", "--dry-run", "--quiet", tree, copyOf(tree, data, interrupt)};
+    };
+    const auto rsync = [&interrupt](const WorkFolder& data, const std::string& tree) -> Row::Arguments {
+        return {"rsync", "-a", "--delete", "--dry-run", tree + "/", copyOf(tree, data, interrupt) + "/"};
+    };
+    const auto git = [&interrupt](const WorkFolder& data, const std::string& tree) -> Row::Arguments {
+        const Row::Arguments command{"git", "--git-dir=" + data.emptyFolder("history"), "--work-tree=" + tree};
+        const auto with = [&command](Row::Arguments words) {
+            words.insert(words.begin(), command.begin(), command.end());
+            return words;
+        };
+        Program(with({"init", "--quiet"}), interrupt).finish();
+        Program(with({"add", "--all"}), interrupt).finish();
+        Program(with({"-c", "user.name=bench", "-c", "user.email=bench@localhost", "commit", "--quiet", "-m", "all"}),
+                interrupt)
+            .finish();
+        return with({"status", "--porcelain"});
+    };
+    return {{.name = "rclone", .prepare = rclone, .timesFaster = 5},
+            {.name = "rsync", .prepare = rsync, .timesFaster = 1},
+            {.name = "git", .prepare = git}};
+}
+
 Row walk(const Sizes& sizes) {
     return {
         .name = "walk",
@@ -19,6 +59,7 @@ Row walk(const Sizes& sizes) {
         .prepare = [sizes](const WorkFolder& data) -> Row::NextArguments {
             return [tree = data.tree("tree", sizes.treeFiles)](const std::string&) { return Row::Arguments{tree}; };
         },
+        .peers = {find()},
     };
 }
 
@@ -34,6 +75,7 @@ Row unchanged(const std::string& name, const Sizes& sizes, const Programs& progr
             Program({programs.agent, "remember", arguments[0], arguments[1]}, interrupt).finish();
             return [arguments = std::move(arguments)](const std::string&) { return arguments; };
         },
+        .peers = name == "rescan" ? synchronizers(interrupt) : std::vector<Peer>(),
     };
 }
 

@@ -44,6 +44,15 @@ struct Goal {
     std::optional<double> growthOverFloorMiB = std::nullopt;
 };
 
+// Another program that does the same kind of work, with a command of its own. It counts whole, from its start to its
+// end, and is left out where it is not installed.
+struct Peer {
+    std::string name; // that of its executable
+    // Makes what it needs beside the tree of the row, and gives its command.
+    std::function<std::vector<std::string>(const WorkFolder& data, const std::string& tree)> prepare;
+    double timesFaster = 0; // that the agent is to be; nothing was promised where it is zero
+};
+
 // One kind of work that is measured.
 struct Row {
     using Arguments = std::vector<std::string>;
@@ -59,6 +68,7 @@ struct Row {
     std::optional<std::int64_t> requests = std::nullopt;
     // Whether a process counts whole, from its start to its end, as the system tells: its peak is what it holds in all.
     bool isWholeProcess = false;
+    std::vector<Peer> peers = {};
 };
 
 [[nodiscard]] std::vector<Row> allRows(const Sizes& sizes, const Programs& programs, const Interrupt& interrupt);
