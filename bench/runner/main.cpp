@@ -1,6 +1,8 @@
 #include "runner/Comparison.h"
 #include "runner/Frames.h"
+#include "runner/Picture.h"
 #include "runner/Report.h"
+#include "runner/Scale.h"
 
 #include <nlohmann/json.hpp>
 
@@ -12,24 +14,31 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using namespace bench;
 
-constexpr const char* usage = "./dev bench [--quick] [--rounds N] [--only NAME]... [--json]\n"
-                              "  --quick     a tenth of the work, three rounds\n"
-                              "  --rounds N  how often each program runs\n"
-                              "  --only NAME walk, start, rescan, digest, sync, upload, watch, events, window or "
-                              "frames; may be given more than once\n"
-                              "  --json      one JSON document instead of the table\n";
+constexpr const char* usage =
+    "./dev bench [--quick] [--rounds N] [--only NAME]... [--scale] [--pictures FOLDER] [--json]\n"
+    "  --quick     a tenth of the work, three rounds\n"
+    "  --rounds N  how often each program runs\n"
+    "  --only NAME walk, start, rescan, digest, sync, upload, watch, events, window or "
+    "frames; may be given more than once\n"
+    "  --scale     instead of the table, what a scan costs from 1 000 files to a million\n"
+    "  --pictures FOLDER\n"
+    "              draw bench.svg, or scale.svg, there\n"
+    "  --json      one JSON document instead of the table\n";
 
 struct Options {
     Sizes sizes;
     int rounds = 5;
     std::vector<std::string> only;
     bool isJson = false;
+    bool isScale = false;
+    std::string pictures; // a folder, where they are wanted
 };
 
 Options readOptions(const std::vector<std::string>& arguments) {
@@ -41,6 +50,10 @@ Options readOptions(const std::vector<std::string>& arguments) {
             options.rounds = 3;
         } else if (*argument == "--json") {
             options.isJson = true;
+        } else if (*argument == "--scale") {
+            options.isScale = true;
+        } else if (*argument == "--pictures" && hasValue) {
+            options.pictures = *++argument;
         } else if (*argument == "--only" && hasValue) {
             options.only.push_back(*++argument);
         } else if (*argument == "--rounds" && hasValue) {
@@ -85,35 +98,79 @@ bool attempt(const std::string& name, const std::function<void()>& measure) {
     }
 }
 
-int run(const Options& options, const Interrupt& interrupt) {
+Programs programs() {
     const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    const Programs programs{.agent = folder / "veskline-bench-work",
-                            .floor = folder / "veskline-bench-floor",
-                            .window = folder / "veskline-bench-window",
-                            .windowFloor = folder / "veskline-bench-window-floor"};
-    nlohmann::json document{{"machine", Report::json(options.rounds)}, {"rows", nlohmann::json::array()}};
-    const auto tell = [&](const nlohmann::json& json, const std::string& table) {
-        document["rows"].push_back(json);
-        std::fputs(options.isJson ? "" : table.c_str(), stdout);
+    return {.agent = folder / "veskline-bench-work",
+            .floor = folder / "veskline-bench-floor",
+            .window = folder / "veskline-bench-window",
+            .windowFloor = folder / "veskline-bench-window-floor"};
+}
+
+// Prints each result as soon as it is there, or in the end all of them as one document.
+class Output {
+public:
+    explicit Output(const Options& options) : isJson_(options.isJson), machine_(Report::json(options.rounds)) {
+        say(Report::head(options.rounds));
+    }
+    void tell(nlohmann::json json, const std::string& table) {
+        rows_.push_back(std::move(json));
+        say(table);
+    }
+    void end() const {
+        if (isJson_) {
+            std::puts(nlohmann::json{{"machine", machine_}, {"rows", rows_}}.dump(2).c_str());
+        }
+    }
+
+private:
+    void say(const std::string& words) const {
+        std::fputs(isJson_ ? "" : words.c_str(), stdout);
         std::fflush(stdout);
-    };
-    std::fputs(options.isJson ? "" : Report::head(options.rounds).c_str(), stdout);
+    }
+
+    bool isJson_;
+    nlohmann::json machine_;
+    nlohmann::json rows_ = nlohmann::json::array();
+};
+
+bool compareAll(const Options& options, const Interrupt& interrupt, Output& output) {
+    const Programs all = programs();
+    std::vector<Comparison> comparisons;
     bool isWhole = true;
-    for (const Row& row : chosenRows(options, allRows(options.sizes, programs, interrupt))) {
+    for (const Row& row : chosenRows(options, allRows(options.sizes, all, interrupt))) {
         isWhole &= attempt(row.name, [&] {
             const WorkFolder data(interrupt);
-            const Comparison comparison = compare(row, programs, options.rounds, data, interrupt);
-            tell(Report::json(comparison), Report::table(comparison));
+            comparisons.push_back(compare(row, all, options.rounds, data, interrupt));
+            output.tell(Report::json(comparisons.back()), Report::table(comparisons.back()));
         });
     }
     if (wantsFrames(options)) {
         isWhole &= attempt("frames", [&] {
             const WorkFolder data(interrupt);
-            const Frames frames(programs.window, data, interrupt);
-            tell(frames.json(), frames.table());
+            const Frames frames(all.window, data, interrupt);
+            output.tell(frames.json(), frames.table());
         });
     }
-    std::fputs(options.isJson ? (document.dump(2) + "\n").c_str() : "", stdout);
+    if (!options.pictures.empty()) {
+        Picture::write(options.pictures + "/bench.svg", Picture::bars(comparisons));
+    }
+    return isWhole;
+}
+
+bool scale(const Options& options, const Interrupt& interrupt, Output& output) {
+    return attempt("scale", [&] {
+        const Scale scale(options.sizes, programs(), options.rounds, interrupt);
+        output.tell(scale.json(), scale.table());
+        if (!options.pictures.empty()) {
+            Picture::write(options.pictures + "/scale.svg", Picture::plot(scale));
+        }
+    });
+}
+
+int run(const Options& options, const Interrupt& interrupt) {
+    Output output(options);
+    const bool isWhole = options.isScale ? scale(options, interrupt, output) : compareAll(options, interrupt, output);
+    output.end();
     return isWhole ? 0 : 1;
 }
 
