@@ -21,13 +21,16 @@ struct Sizes {
     std::int64_t watchedFolders = 100'000;
     std::int64_t changes = 200'000;
     std::int64_t scaleFiles = 1'000'000;
+    std::int64_t scanFiles = 100'000;
+    std::int64_t scanFileBytes = 1'000;
 };
 inline constexpr Sizes quickSizes{.treeFiles = 20'000,
                                   .newFiles = 200,
                                   .largeBytes = std::int64_t{64} << 20U,
                                   .watchedFolders = 10'000,
                                   .changes = 20'000,
-                                  .scaleFiles = 100'000};
+                                  .scaleFiles = 100'000,
+                                  .scanFiles = 10'000};
 
 struct Programs {
     std::string agent;

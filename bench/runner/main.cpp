@@ -1,4 +1,5 @@
 #include "runner/Comparison.h"
+#include "runner/FirstScans.h"
 #include "runner/Frames.h"
 #include "runner/Picture.h"
 #include "runner/Report.h"
@@ -25,8 +26,8 @@ constexpr const char* usage =
     "./dev bench [--quick] [--rounds N] [--only NAME]... [--scale] [--pictures FOLDER] [--json]\n"
     "  --quick     a tenth of the work, three rounds\n"
     "  --rounds N  how often each program runs\n"
-    "  --only NAME walk, start, rescan, digest, sync, upload, watch, events, window or "
-    "frames; may be given more than once\n"
+    "  --only NAME walk, start, rescan, digest, sync, upload, watch, events, window, "
+    "frames or scan; may be given more than once\n"
     "  --scale     instead of the table, what a scan costs from 1 000 files to a million\n"
     "  --pictures FOLDER\n"
     "              draw bench.svg, or scale.svg, there\n"
@@ -71,7 +72,7 @@ std::vector<Row> chosenRows(const Options& options, std::vector<Row> rows) {
     }
     std::vector<Row> chosen;
     for (const std::string& name : options.only) {
-        if (name == "frames") {
+        if (name == "frames" || name == "scan") {
             continue;
         }
         const auto row = std::ranges::find(rows, name, &Row::name);
@@ -83,8 +84,8 @@ std::vector<Row> chosenRows(const Options& options, std::vector<Row> rows) {
     return chosen;
 }
 
-bool wantsFrames(const Options& options) {
-    return options.only.empty() || std::ranges::find(options.only, "frames") != options.only.end();
+bool wants(const Options& options, const char* name) {
+    return options.only.empty() || std::ranges::find(options.only, name) != options.only.end();
 }
 
 // What fails is told, and the others are measured all the same.
@@ -144,11 +145,18 @@ bool compareAll(const Options& options, const Interrupt& interrupt, Output& outp
             output.tell(Report::json(comparisons.back()), Report::table(comparisons.back()));
         });
     }
-    if (wantsFrames(options)) {
+    if (wants(options, "frames")) {
         isWhole &= attempt("frames", [&] {
             const WorkFolder data(interrupt);
             const Frames frames(all.window, data, interrupt);
             output.tell(frames.json(), frames.table());
+        });
+    }
+    if (wants(options, "scan")) {
+        isWhole &= attempt("scan", [&] {
+            const WorkFolder data(interrupt);
+            const FirstScans scans(options.sizes, all, data, interrupt);
+            output.tell(scans.json(), scans.table());
         });
     }
     if (!options.pictures.empty()) {

@@ -1,6 +1,7 @@
 #include "app/Process.h"
 #include "interface/DesktopWindow.h"
 #include "screenshots/Stage.h"
+#include "window/FirstScan.h"
 #include "window/FrameTimes.h"
 #include "window/Reports.h"
 
@@ -22,13 +23,18 @@ namespace {
 using namespace bench;
 using namespace veskline;
 
-// What it takes from the start of the process to its first frame is what the process takes in all. Nothing answers
-// where the hosted project is said to be.
-void showOneFrame(const std::string& folder) {
+// Nothing answers where the hosted project is said to be, unless there is an `url`.
+void settleIn(const std::string& folder, const std::string& url = "http://127.0.0.1:9") {
     setenv("VESK_STATE_DIR", folder.c_str(), 1);
-    setenv("SUPABASE_URL", "http://127.0.0.1:9", 1);
+    setenv("SUPABASE_URL", url.c_str(), 1);
     setenv("SUPABASE_ANON_KEY", "key", 1);
-    setenv("DASHBOARD_URL", "http://127.0.0.1:9", 1);
+    setenv("DASHBOARD_URL", url.c_str(), 1);
+    setenv("no_proxy", "127.0.0.1", 1);
+}
+
+// What it takes from the start of the process to its first frame is what the process takes in all.
+void showOneFrame(const std::string& folder) {
+    settleIn(folder);
     Process process;
     DesktopWindow window(QString::fromStdString(folder + "/window.ini"));
     window.show(DesktopAppModel::create(process.surroundings(), window.userSurroundings()));
@@ -80,6 +86,21 @@ void takeReports(const std::string& folder, std::int64_t aSecond) {
     QGuiApplication::exec();
 }
 
+// Prints the seconds that the scan took, and the frames that were made meanwhile.
+void scan(const std::string& folder, const std::string& documents, const std::string& url, bool hasWindow) {
+    settleIn(folder, url);
+    FirstScan scan(documents, hasWindow, folder + "/window.ini");
+    scan.run();
+    std::printf("%.3f", milliseconds(scan.duration()) / 1000);
+    if (scan.frames()) {
+        std::printf(" %zu %.3f %.3f", scan.frames()->count(), milliseconds(scan.frames()->quantile(0.999)),
+                    milliseconds(scan.frames()->quantile(1)));
+    }
+    std::puts("");
+    std::fflush(stdout);
+    std::quick_exit(EXIT_SUCCESS);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -90,7 +111,12 @@ int main(int argc, char** argv) {
         showOneFrame(words[2].toStdString());
     } else if (words.size() == 4 && words[1] == QLatin1String("frames")) {
         takeReports(words[2].toStdString(), words[3].toLongLong());
+    } else if (words.size() == 6 && words[1] == QLatin1String("scan")) {
+        scan(words[2].toStdString(), words[3].toStdString(), words[4].toStdString(),
+             words[5] == QLatin1String("shown"));
     }
-    std::fputs("veskline-bench-window window STATE | frames STATE REPORTS_A_SECOND\n", stderr);
+    std::fputs("veskline-bench-window window STATE | frames STATE REPORTS_A_SECOND\n"
+               "                      scan STATE DOCUMENTS URL shown|hidden\n",
+               stderr);
     return 2;
 }
