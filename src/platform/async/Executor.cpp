@@ -9,6 +9,8 @@ namespace {
 
 thread_local const void* currentTarget = nullptr;
 thread_local std::coroutine_handle<>* nextSlot = nullptr;
+thread_local bool handsOver = false;
+thread_local bool hasHandedOver = false;
 
 } // namespace
 
@@ -27,6 +29,24 @@ RunningOn::RunningOn(const void* target) noexcept : outer_(std::exchange(current
 
 RunningOn::~RunningOn() {
     currentTarget = outer_;
+}
+
+HandOver::HandOver() noexcept : outer_(std::exchange(handsOver, true)) {}
+
+HandOver::~HandOver() {
+    handsOver = outer_;
+}
+
+bool HandOver::take() noexcept {
+    return handsOver && !std::exchange(hasHandedOver, true);
+}
+
+bool HandOver::isTaken() noexcept {
+    return hasHandedOver;
+}
+
+void HandOver::forget() noexcept {
+    hasHandedOver = false;
 }
 
 // A coroutine may go on another thread at each suspension, so no thread-local may be cached across a resumption:

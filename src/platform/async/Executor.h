@@ -37,6 +37,30 @@ private:
     void* target_ = nullptr;
 };
 
+// Says of a post made during its life that the job which makes it ends right after, as that of a coroutine does which
+// suspends for what it has posted. A ThreadPool then wakes no thread: the one that posts is about to be free, and takes
+// the job from the queue unless another comes first. Everybody else posts as ever.
+//
+// A post that is handed over stands in the queue like any other, so the contract above holds: it never runs inside
+// post(), and at most one a job is left to the thread that posts. It is only a matter of who is woken: where the job
+// goes on all the same, the other waits for its end, or for any thread that becomes free before.
+class HandOver {
+public:
+    HandOver() noexcept;
+    ~HandOver();
+    HandOver(const HandOver&) = delete;
+    HandOver& operator=(const HandOver&) = delete;
+
+    // For executors. take() is true where the post under way may be left to this thread, for the first one of a job;
+    // isTaken() is true in a job that has left one, so that it must end; forget() comes before each job.
+    [[nodiscard]] static bool take() noexcept;
+    [[nodiscard]] static bool isTaken() noexcept;
+    static void forget() noexcept;
+
+private:
+    bool outer_;
+};
+
 // Marks the calling thread as running jobs for `target` as long as it lives. Every executor puts one around its jobs.
 class RunningOn {
 public:

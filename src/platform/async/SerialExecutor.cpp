@@ -33,16 +33,21 @@ void SerialExecutor::post(void* target, Job job) {
     base.post(Job{&SerialExecutor::drain, &state});
 }
 
-// Takes the next job. When there is none, the drain is over and `lastOwner` gets the state's owner, to be let go of
-// only after the lock.
-bool SerialExecutor::takeNext(State& state, Job& job, std::shared_ptr<State>& lastOwner) {
+// There is one: a drain is queued for a job, and goes on where more are left.
+Job SerialExecutor::takeNext(State& state) {
     const std::lock_guard lock(state.mutex);
-    if (state.jobs.empty()) {
-        lastOwner = std::move(state.self);
+    const Job job = state.jobs.front();
+    state.jobs.pop_front();
+    return job;
+}
+
+// When no job is left, the drain is over and `lastOwner` gets the state's owner, to be let go of only after the lock.
+bool SerialExecutor::isDone(State& state, std::shared_ptr<State>& lastOwner) {
+    const std::lock_guard lock(state.mutex);
+    if (!state.jobs.empty()) {
         return false;
     }
-    job = state.jobs.front();
-    state.jobs.pop_front();
+    lastOwner = std::move(state.self);
     return true;
 }
 
@@ -51,12 +56,12 @@ void SerialExecutor::drain(void* target) noexcept {
     std::shared_ptr<State> lastOwner;
     {
         const RunningOn here(target);
-        Job job;
-        for (int i = 0; i < jobsInARow; ++i) {
-            if (!takeNext(state, job, lastOwner)) {
+        for (int i = 0; i < jobsInARow && !HandOver::isTaken(); ++i) {
+            const Job job = takeNext(state);
+            job.run(job.context);
+            if (isDone(state, lastOwner)) {
                 return;
             }
-            job.run(job.context);
         }
     }
     state.base.post(Job{&SerialExecutor::drain, target});

@@ -11,8 +11,9 @@ namespace async {
 // Runs its jobs one after the other, in the order they were posted, on the threads of another executor. This is the
 // lock of every actor: a store or the coordinator owns one and never meets itself on two threads.
 //
-// After some jobs in a row it queues itself anew behind the others of its base, so that none starves the rest. It may
-// be destroyed while jobs are queued: they still run.
+// After some jobs in a row it queues itself anew behind the others of its base, so that none starves the rest; and
+// after a job that has handed over (HandOver), whose thread is waited for. It may be destroyed while jobs are queued:
+// they still run.
 class SerialExecutor {
 public:
     explicit SerialExecutor(Executor base);
@@ -29,7 +30,8 @@ private:
 
     static void post(void* state, Job job);
     static void drain(void* state) noexcept;
-    static bool takeNext(State& state, Job& job, std::shared_ptr<State>& lastOwner);
+    static Job takeNext(State& state);
+    static bool isDone(State& state, std::shared_ptr<State>& lastOwner);
 
     std::shared_ptr<State> state_;
 };

@@ -13,6 +13,7 @@ namespace async {
     if (mine == theirs) {
         resumeNext(waiter);
     } else {
+        const HandOver here;
         theirs.post(waiter);
     }
 }

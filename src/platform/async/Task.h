@@ -188,6 +188,7 @@ bool Task<T>::startAndWait(Executor caller, const std::stop_token& stop, std::co
     }
     // Published by the post. Nothing of the task or the caller may be touched after it.
     state.waiter.store(waiter.address(), std::memory_order_relaxed);
+    const HandOver here;
     state.executor.post(std::coroutine_handle<>(coroutine_));
     return true;
 }
