@@ -41,10 +41,10 @@ private:
     [[nodiscard]] veskline::AppSurroundings surroundings();
     void takeLine(const std::string& line);
 
-    async::ThreadPool pool_;
+    async::ThreadPool pool_{async::ThreadPool::leastThreads + 1}; // one waits for the network
     async::SerialExecutor main_;
     async::TimerThread timers_;
-    platform::CurlTransport http_;
+    platform::CurlTransport http_{pool_.executor()};
     veskline::Collaborators agent_;
 
     std::function<void(std::vector<std::string>)> tellChanges_;

@@ -34,9 +34,9 @@ private:
     Heap heap_; // first: before any thread
     std::atomic<bool> isQuitting_ = false;
     async::MainExecutor main_;
-    async::ThreadPool pool_;
+    async::ThreadPool pool_{async::ThreadPool::leastThreads + 1}; // one waits for the network
     async::TimerThread timers_;
-    platform::CurlTransport http_;
+    platform::CurlTransport http_{pool_.executor()};
 };
 
 } // namespace veskline

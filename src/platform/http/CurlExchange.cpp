@@ -224,24 +224,26 @@ bool CurlExchange::redirects(const HttpResponse& response) {
     return true;
 }
 
-// The answer is given after the handler has ended, so that the sender alone holds the exception.
 bool CurlExchange::goesOn(CURLcode result) noexcept {
-    HttpResponse response;
-    std::exception_ptr reason;
     try {
-        response = takeResponse(result);
+        HttpResponse response = takeResponse(result);
         if (redirects(response)) {
             return true;
         }
+        response_ = std::move(response);
     } catch (...) {
-        reason = std::current_exception();
-    }
-    if (reason) {
-        pending_.fail(std::move(reason));
-    } else {
-        pending_.succeed(std::move(response));
+        failure_ = std::current_exception();
     }
     return false;
+}
+
+// After the handler of a failure has ended, so that the sender alone holds the exception.
+void CurlExchange::tell() noexcept {
+    if (failure_) {
+        pending_.fail(std::move(failure_));
+    } else {
+        pending_.succeed(std::move(response_));
+    }
 }
 
 } // namespace platform

@@ -20,7 +20,7 @@ struct CurlCleanup {
 };
 using CurlHandle = std::unique_ptr<CURL, CurlCleanup>;
 
-// One exchange on the transport's thread, redirects and all, and the libcurl handle that carries it. The callbacks of
+// One exchange on the thread that drives, redirects and all, and the libcurl handle that carries it. The callbacks of
 // the handle point here, so it stays where it is. Used inside this folder.
 class CurlExchange {
 public:
@@ -38,11 +38,14 @@ public:
     void prepare();
 
     // Takes the result of a transfer whose handle was removed from the multi handle. True when a redirect is to be
-    // followed and the handle to be added again; else the sender has its answer.
+    // followed and the handle to be added again; else it has ended.
     [[nodiscard]] bool goesOn(CURLcode result) noexcept;
 
     // Ends it without an answer of the server.
-    void fail(std::exception_ptr reason) noexcept { pending_.fail(std::move(reason)); }
+    void fail(std::exception_ptr reason) noexcept { failure_ = std::move(reason); }
+
+    // Gives the sender the answer of an exchange that has ended. Nothing of the request may be looked at after it.
+    void tell() noexcept;
 
     // For the next exchange, once this one has ended.
     [[nodiscard]] CurlHandle takeHandle() noexcept { return std::move(handle_); }
@@ -78,7 +81,7 @@ private:
     bool isHeaderComplete_ = false;
     int timesSent_ = 0;
     int redirects_ = 0;
-    std::exception_ptr failure_; // ours, found in a callback: it stands before libcurl's account of it
+    std::exception_ptr failure_; // one found in a callback stands before libcurl's account of it
 };
 
 } // namespace platform

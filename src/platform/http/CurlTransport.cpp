@@ -4,12 +4,10 @@
 #include "platform/http/CurlExchange.h"
 #include "platform/http/TransportError.h"
 
-#include <csignal>
+#include <condition_variable>
 #include <mutex>
 #include <new>
-#include <pthread.h>
 #include <stdexcept>
-#include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -36,13 +34,6 @@ MultiHandle makeMulti() {
     return multi;
 }
 
-// Signals are for the threads that expect them; and a lost TLS connection would raise SIGPIPE here.
-void blockSignals() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, nullptr);
-}
-
 std::unique_ptr<FileBodyReader> openBody(const HttpRequest& request) {
     const FileBody* const body = std::get_if<FileBody>(&request.body);
     return body != nullptr ? std::make_unique<FileBodyReader>(body->path) : nullptr;
@@ -50,10 +41,11 @@ std::unique_ptr<FileBodyReader> openBody(const HttpRequest& request) {
 
 } // namespace
 
-// What senders ask for goes through news_, under the lock. Everything of libcurl but the wake-up is the thread's alone.
-class CurlTransport::Engine {
+// What senders ask for goes through news_, under the lock. Everything of libcurl but the wake-up belongs to the one
+// drive that is queued or runs: a job of the pool that lasts as long as an exchange is under way.
+class CurlTransport::Engine : public std::enable_shared_from_this<Engine> {
 public:
-    explicit Engine(CurlLimits limits) : limits_(limits), multi_(makeMulti()), thread_([this] { run(); }) {}
+    Engine(CurlLimits limits, async::Executor pool) : limits_(limits), pool_(pool), multi_(makeMulti()) {}
 
     void start(PendingExchange& pending) noexcept;
     void abort(const PendingExchange& pending) noexcept;
@@ -68,12 +60,19 @@ private:
     struct News {
         std::vector<Arrival> arrivals;
         std::vector<std::uint64_t> aborted;
-        bool isClosed = false;
     };
-    using Exchanges = std::unordered_map<std::uint64_t, std::unique_ptr<CurlExchange>>;
+    using Exchanges = std::unordered_map<std::uint64_t, std::unique_ptr<CurlExchange>>; // by ticket
 
-    void run();
-    bool takeNews();
+    enum class Leave { stays, isDone, isClosed };
+
+    void callDriver();
+    static void drive(void* engine) noexcept;
+    bool beginDrive();
+    bool advance();
+    Leave leaveIfDone();
+    void endDrive();
+    static void tell(const Exchanges& ended);
+    void takeNews();
     void begin(Arrival arrival);
     void abort(std::uint64_t ticket);
     void settleFinished();
@@ -83,14 +82,19 @@ private:
     CurlHandle takeHandle();
 
     const CurlLimits limits_;
+    const async::Executor pool_;
     std::mutex mutex_;
+    std::condition_variable drivesEnded_;
     News news_;
     std::uint64_t lastTicket_ = 0;
+    bool isClosed_ = false;
+    int drives_ = 0;               // that run: one, and those that tell the last senders
+    std::shared_ptr<Engine> self_; // set while a drive is queued or stays: it owns the engine
 
     MultiHandle multi_;
     Exchanges exchanges_;
     std::vector<CurlHandle> idleHandles_;
-    std::thread thread_;
+    Exchanges ended_; // whose senders are not yet told
 };
 
 // A failed start is told after its handler, so that the sender alone holds the exception.
@@ -99,12 +103,12 @@ void CurlTransport::Engine::start(PendingExchange& pending) noexcept {
     try {
         Arrival arrival{.ticket = 0, .pending = &pending, .file = openBody(pending.request)};
         const std::lock_guard lock(mutex_);
-        if (news_.isClosed) {
+        if (isClosed_) {
             return;
         }
         arrival.ticket = pending.ticket = ++lastTicket_;
         news_.arrivals.push_back(std::move(arrival));
-        curl_multi_wakeup(multi_.get());
+        callDriver();
     } catch (...) {
         reason = std::current_exception();
     }
@@ -113,46 +117,110 @@ void CurlTransport::Engine::start(PendingExchange& pending) noexcept {
     }
 }
 
+// Without a drive the exchange has ended.
 void CurlTransport::Engine::abort(const PendingExchange& pending) noexcept {
     const std::lock_guard lock(mutex_);
-    if (!news_.isClosed) {
+    if (!isClosed_ && self_) {
         news_.aborted.push_back(pending.ticket);
         curl_multi_wakeup(multi_.get());
     }
 }
 
+// A drive that is queued stays so for ever where its pool was closed: only one that runs is waited for.
 void CurlTransport::Engine::close() noexcept {
-    {
-        const std::lock_guard lock(mutex_);
-        if (!std::exchange(news_.isClosed, true)) {
-            curl_multi_wakeup(multi_.get());
-        }
+    std::unique_lock lock(mutex_);
+    if (std::exchange(isClosed_, true)) {
+        return;
     }
-    if (thread_.joinable()) {
-        thread_.join();
-    }
-}
-
-void CurlTransport::Engine::run() {
-    constexpr int longestWait = 3'600'000; // ms; libcurl's own timers and the wake-up come before
-    blockSignals();
-    while (takeNews()) {
-        int running = 0;
-        curl_multi_perform(multi_.get(), &running);
-        settleFinished();
-        curl_multi_poll(multi_.get(), nullptr, 0, longestWait, nullptr);
-    }
+    curl_multi_wakeup(multi_.get());
+    drivesEnded_.wait(lock, [this] { return drives_ == 0; });
     dropAll();
 }
 
-// False once the transport is closed. An abort follows its start, so that it finds the exchange unless that has ended.
-bool CurlTransport::Engine::takeNews() {
+// Under the lock. Whoever starts an exchange suspends for it, so that its thread is free to drive.
+void CurlTransport::Engine::callDriver() {
+    if (self_) {
+        curl_multi_wakeup(multi_.get());
+        return;
+    }
+    self_ = shared_from_this();
+    const async::HandOver here;
+    pool_.post(async::Job{&Engine::drive, this});
+}
+
+void CurlTransport::Engine::drive(void* engine) noexcept {
+    constexpr int longestWait = 3'600'000; // ms; libcurl's own timers and the wake-up come before
+    const std::shared_ptr<Engine> self = static_cast<Engine*>(engine)->shared_from_this();
+    if (!self->beginDrive()) {
+        return;
+    }
+    while (self->advance()) {
+        curl_multi_poll(self->multi_.get(), nullptr, 0, longestWait, nullptr);
+    }
+    self->endDrive();
+}
+
+// False once the transport is closed.
+bool CurlTransport::Engine::beginDrive() {
+    const std::lock_guard lock(mutex_);
+    if (isClosed_) {
+        self_.reset();
+        return false;
+    }
+    ++drives_;
+    return true;
+}
+
+void CurlTransport::Engine::endDrive() {
+    const std::lock_guard lock(mutex_);
+    --drives_;
+    drivesEnded_.notify_all();
+}
+
+// Moves all exchanges as far as they go without waiting. False when there is nothing to wait for: the drive is over
+// then, and the job ends that tells the senders, so that its thread goes on with the first of them.
+bool CurlTransport::Engine::advance() {
+    int running = 0;
+    takeNews();
+    curl_multi_perform(multi_.get(), &running);
+    settleFinished();
+    const Exchanges ended = std::exchange(ended_, Exchanges());
+    switch (leaveIfDone()) {
+    case Leave::stays:
+        tell(ended);
+        return true;
+    case Leave::isDone: {
+        const async::HandOver here;
+        tell(ended);
+        return false;
+    }
+    case Leave::isClosed:
+        return false;
+    }
+    return false;
+}
+
+// Where it does not stay, the next drive may begin on another thread at once.
+CurlTransport::Engine::Leave CurlTransport::Engine::leaveIfDone() {
+    const std::lock_guard lock(mutex_);
+    if (!isClosed_ && (!exchanges_.empty() || !news_.arrivals.empty())) {
+        return Leave::stays;
+    }
+    self_.reset();
+    return isClosed_ ? Leave::isClosed : Leave::isDone;
+}
+
+void CurlTransport::Engine::tell(const Exchanges& ended) {
+    for (const auto& [ticket, exchange] : ended) {
+        exchange->tell();
+    }
+}
+
+// An abort follows its start, so that it finds the exchange unless that has ended.
+void CurlTransport::Engine::takeNews() {
     News news;
     {
         const std::lock_guard lock(mutex_);
-        if (news_.isClosed) {
-            return false;
-        }
         news = std::exchange(news_, News());
     }
     for (Arrival& arrival : news.arrivals) {
@@ -161,7 +229,6 @@ bool CurlTransport::Engine::takeNews() {
     for (const std::uint64_t ticket : news.aborted) {
         abort(ticket);
     }
-    return true;
 }
 
 void CurlTransport::Engine::begin(Arrival arrival) {
@@ -215,10 +282,11 @@ void CurlTransport::Engine::settle(Exchanges::iterator place, CURLcode result) {
 }
 
 void CurlTransport::Engine::retire(Exchanges::iterator place) {
+    CurlHandle handle = place->second->takeHandle();
     if (idleHandles_.size() < keptHandles) {
-        idleHandles_.push_back(place->second->takeHandle());
+        idleHandles_.push_back(std::move(handle));
     }
-    exchanges_.erase(place);
+    ended_.insert(exchanges_.extract(place));
 }
 
 CurlHandle CurlTransport::Engine::takeHandle() {
@@ -248,7 +316,11 @@ const HttpTransport::Operations CurlTransport::operations{
     .abort = [](void* engine, PendingExchange& exchange) noexcept { static_cast<Engine*>(engine)->abort(exchange); },
 };
 
-CurlTransport::CurlTransport(CurlLimits limits) : engine_(std::make_unique<Engine>(limits)) {}
+CurlTransport::CurlTransport(async::Executor pool, CurlLimits limits)
+    : engine_(std::make_shared<Engine>(limits, pool)) {}
+
+CurlTransport::CurlTransport(CurlLimits limits)
+    : ownPool_(std::in_place, 1), engine_(std::make_shared<Engine>(limits, ownPool_->executor())) {}
 
 CurlTransport::~CurlTransport() {
     engine_->close();

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "platform/async/ThreadPool.h"
 #include "platform/http/HttpTransport.h"
 
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 namespace platform {
 
@@ -16,10 +18,12 @@ struct CurlLimits {
     int redirects = 10;
 };
 
-// HTTP over the network: one thread drives all exchanges by libcurl's multi interface and keeps connections for the
-// next ones. It speaks HTTP/1.1, so that header names go out as spelled, and sends what the request holds and no header
-// of its own but `Host` and `Content-Length`: no cookies, no `Expect`, no `Accept`, no `User-Agent`. The path goes out
-// as it stands. TLS is verified against the system's certificates; the proxy variables (curl(1), ENVIRONMENT) count.
+// HTTP over the network: one thread at a time drives all exchanges by libcurl's multi interface and keeps connections
+// for the next ones. It is a thread of the pool that is given, and only while an exchange is under way: so the thread
+// that sends a request waits for the answer itself and goes on with it, and nobody has to be woken in between. It
+// speaks HTTP/1.1, so that header names go out as spelled, and sends what the request holds and no header of its own
+// but `Host` and `Content-Length`: no cookies, no `Expect`, no `Accept`, no `User-Agent`. The path goes out as it
+// stands. TLS is verified against the system's certificates; the proxy variables (curl(1), ENVIRONMENT) count.
 //
 // Time bounds a stall, not the length of a transfer. A redirect is followed as HttpRedirect.h tells. An upload reads
 // its file in small pieces, on the transport's thread; a file that shrinks meanwhile cuts the connection, since the
@@ -29,9 +33,12 @@ struct CurlLimits {
 // dead, without one byte of answer, a GET or HEAD goes out once more on a fresh one (RFC 9110, 9.2.2). Whether anything
 // else was carried out cannot be told, so it fails.
 //
-// Owned by whoever builds the engine, thread-safe, destroyed before the executors that its senders run on.
+// Owned by whoever builds the engine, thread-safe, destroyed before the pool and the executors that its senders run on.
 class CurlTransport {
 public:
+    // `pool` has a thread to spare for as long as exchanges are under way.
+    explicit CurlTransport(async::Executor pool, CurlLimits limits = {});
+    // With a thread of its own, for senders that lie on no pool.
     explicit CurlTransport(CurlLimits limits = {});
     // Closes it.
     ~CurlTransport();
@@ -40,7 +47,7 @@ public:
 
     [[nodiscard]] HttpTransport transport() noexcept;
 
-    // For the end of the process: cuts every connection and ends the thread, promptly also where a server is silent.
+    // For the end of the process: cuts every connection and frees the thread, promptly also where a server is silent.
     // Exchanges that are under way, and later ones, are left as they are: their coroutines never go on.
     void close() noexcept;
 
@@ -48,7 +55,8 @@ private:
     class Engine;
     static const HttpTransport::Operations operations;
 
-    std::unique_ptr<Engine> engine_;
+    std::optional<async::ThreadPool> ownPool_;
+    std::shared_ptr<Engine> engine_;
 };
 
 } // namespace platform
