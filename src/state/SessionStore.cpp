@@ -44,8 +44,8 @@ SessionStore::SessionStore(async::Executor pool, const StorePlace& url, std::opt
     : serial_(pool), file_(url, std::move(legacyURL), mostBytes) {}
 
 async::Task<std::optional<StoredSession>> SessionStore::load() {
-    const std::optional<StoreFile::Content> content = readOrNothing(file_);
-    std::optional<StoredSession> session = content ? decode(content->bytes) : std::nullopt;
+    std::optional<StoreFile::Content> content = readOrNothing(file_);
+    std::optional<StoredSession> session = content ? decoded(std::move(content->bytes)) : std::nullopt;
     if (session && content->isLegacy) {
         takeOver(*session);
     }
@@ -60,6 +60,16 @@ async::Task<> SessionStore::save(StoredSession session) {
 async::Task<> SessionStore::clear() {
     file_.clear();
     co_return;
+}
+
+// Every request asks for the session, and hardly ever has it changed.
+const std::optional<StoredSession>& SessionStore::decoded(std::string bytes) {
+    assert(executor().isCurrent());
+    if (bytes != lastBytes_) {
+        lastSession_ = decode(bytes);
+        lastBytes_ = std::move(bytes);
+    }
+    return lastSession_;
 }
 
 void SessionStore::write(const StoredSession& session) const {

@@ -90,19 +90,31 @@ void syncFolderOf(const std::string& path) {
 
 constexpr std::size_t blockSize = std::size_t{64} << 10U;
 
-// Appends what `file` holds. False with errno after a failure; stops soon after `most`.
-bool readAll(int file, std::size_t most, std::string& content) {
+// Reads behind what `content` holds, into room that is not filled first. As read(2) gives it.
+ssize_t readMore(int file, std::size_t room, std::string& content) {
+    const std::size_t filled = content.size();
+    ssize_t count = -1;
+    content.resize_and_overwrite(filled + room, [&](char* bytes, std::size_t) {
+        count = ::read(file, bytes + filled, room);
+        return filled + static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    });
+    return count;
+}
+
+// Appends what `file` holds, `expected` bytes if it stays as it is. False with errno after a failure; stops soon after
+// `most`.
+bool readAll(int file, std::size_t expected, std::size_t most, std::string& content) {
+    std::size_t room = expected + 1; // one byte stays free, and shows that there is no more
     while (content.size() <= most) {
-        const std::size_t filled = content.size();
-        content.resize(filled + blockSize);
-        const ssize_t count = ::read(file, content.data() + filled, blockSize);
-        content.resize(filled + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        const ssize_t count = readMore(file, room, content);
         if (count == 0) {
             return true;
         }
         if (count < 0 && errno != EINTR) {
             return false;
         }
+        room -= static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        room = room == 0 ? blockSize : room;
     }
     return true;
 }
@@ -126,8 +138,7 @@ std::string WholeFile::read(std::size_t most) const {
         throw FileError(path_, "read", S_ISDIR(attributes.st_mode) ? EISDIR : EINVAL);
     }
     std::string content;
-    content.reserve(std::min(static_cast<std::size_t>(attributes.st_size), most) + blockSize);
-    if (!readAll(file.number(), most, content)) {
+    if (!readAll(file.number(), std::min(static_cast<std::size_t>(attributes.st_size), most), most, content)) {
         throw FileError(path_, "read", errno);
     }
     if (content.size() > most) {
