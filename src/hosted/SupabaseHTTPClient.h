@@ -140,6 +140,7 @@ private:
     static std::string inFilter(const std::vector<std::string>& values);
 
     const PublicConfig config_;
+    const platform::UrlBuilder urls_{config_.supabaseURL};
     SessionStore& sessionStore_;
     const platform::HttpTransport urlSession_;
     const async::Executor pool_;

@@ -31,7 +31,7 @@ SupabaseHTTPClient::SupabaseHTTPClient(PublicConfig config, SessionStore& sessio
 platform::HttpRequest SupabaseHTTPClient::makeRequest(std::string_view path, std::string_view method,
                                                       const std::optional<std::string>& bearerToken,
                                                       const QueryItems& queryItems, const Headers& extraHeaders) const {
-    std::optional<std::string> url = platform::buildUrl(config_.supabaseURL, path, queryItems);
+    std::optional<std::string> url = urls_.build(path, queryItems);
     if (!url) {
         throw SupabaseHTTPError::invalidURL();
     }

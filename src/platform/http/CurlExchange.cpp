@@ -20,9 +20,13 @@ std::string_view trimmed(std::string_view text) {
                                            : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+bool breaksLine(std::string_view text) {
+    return text.contains('\r') || text.contains('\n') || text.contains('\0');
+}
+
 // A line for CURLOPT_HTTPHEADER(3), where an empty value is told by a semicolon.
 std::string headerLine(const HttpHeader& header) {
-    if ((header.name + header.value).find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
+    if (breaksLine(header.name) || breaksLine(header.value)) {
         throw TransportError(fmt::format("The header \"{}\" of the request holds a line break", trimmed(header.name)));
     }
     return header.value.empty() ? header.name + ";" : header.name + ": " + header.value;

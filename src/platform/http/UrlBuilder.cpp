@@ -38,18 +38,20 @@ std::optional<std::string> serverOf(const std::string& base) {
 
 } // namespace
 
-std::optional<std::string> buildUrl(const std::string& base, std::string_view path, std::span<const QueryItem> query) {
-    std::optional<std::string> url = serverOf(base);
-    if (!url || !path.starts_with('/')) {
+UrlBuilder::UrlBuilder(const std::string& base) : server_(serverOf(base)) {}
+
+std::optional<std::string> UrlBuilder::build(std::string_view path, std::span<const QueryItem> query) const {
+    if (!server_ || !path.starts_with('/')) {
         return std::nullopt;
     }
-    appendEscaped(*url, path, pathMarks);
+    std::string url = *server_;
+    appendEscaped(url, path, pathMarks);
     char separator = '?';
     for (const QueryItem& item : query) {
-        *url += separator;
-        appendEscaped(*url, item.name, queryMarks);
-        *url += '=';
-        appendEscaped(*url, item.value, queryMarks);
+        url += separator;
+        appendEscaped(url, item.name, queryMarks);
+        url += '=';
+        appendEscaped(url, item.value, queryMarks);
         separator = '&';
     }
     return url;
