@@ -16,6 +16,7 @@ namespace platform {
 namespace {
 
 constexpr std::size_t blockBytes = 65536;
+constexpr std::size_t leastBlockBytes = 4096;
 
 template <std::size_t Size>
 std::array<unsigned char, Size> finish(DigestAlgorithm::Running& running) {
@@ -37,7 +38,8 @@ public:
     OpenFile& operator=(const OpenFile&) = delete;
     ~OpenFile() { ::close(descriptor_); }
 
-    void requireRegular() const {
+    // Throws where it is no regular file.
+    [[nodiscard]] std::size_t size() const {
         struct stat found{};
         if (::fstat(descriptor_, &found) != 0) {
             throw FileError(path_, "read", errno);
@@ -47,6 +49,7 @@ public:
         }
         // Only a hint, so its failure says nothing.
         ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
+        return static_cast<std::size_t>(found.st_size);
     }
 
     std::size_t read(std::span<unsigned char> block) const {
@@ -70,10 +73,11 @@ private:
 Sha256Digest sha256OfFile(const std::string& path, const std::atomic<bool>* stop) {
     static const DigestAlgorithm sha256("SHA256");
     const OpenFile file(path);
-    file.requireRegular();
+    // A small file needs no large block, one byte more than it has; it may have become any other length by now.
+    const std::size_t room = std::clamp(file.size() + 1, leastBlockBytes, blockBytes);
     DigestAlgorithm::Running running = sha256.begin();
-    const auto buffer = std::make_unique_for_overwrite<unsigned char[]>(blockBytes);
-    const std::span<unsigned char> block(buffer.get(), blockBytes);
+    const auto buffer = std::make_unique_for_overwrite<unsigned char[]>(room);
+    const std::span<unsigned char> block(buffer.get(), room);
     while (const std::size_t count = file.read(block)) {
         if (stop != nullptr && stop->load(std::memory_order_relaxed)) {
             throw FileError(path, "read", ECANCELED);
