@@ -19,7 +19,7 @@ public:
     // Walks the root and sorts what it finds: this is the order of upload.
     FolderScan(std::string root, std::uint64_t run, bool tracksInitialIndexing, const std::atomic<bool>* isQuitting)
         : root_(std::move(root)), run_(run), tracksInitialIndexing_(tracksInitialIndexing),
-          found_(walk(root_, isQuitting)), rows_(found_.supportedFiles, root_) {}
+          found_(walk(root_, isQuitting)), rows_(found_.supportedFiles) {}
     FolderScan(const FolderScan&) = delete;
     FolderScan& operator=(const FolderScan&) = delete;
 

@@ -1,20 +1,31 @@
 #include "sync/StateRows.h"
 
-#include "rules/FileRules.h"
-
-#include <utility>
+#include <functional>
+#include <string_view>
 
 namespace veskline {
 
-StateRows::StateRows(const platform::PathList& files, std::string rootPath)
-    : files_(files), rootPath_(std::move(rootPath)), knownOfFile_(files.size(), none) {}
+namespace {
+
+// Never 0. It only has to tell a row from what may replace it in the course of a scan.
+std::uint64_t markOf(std::string_view digest, std::string_view key) noexcept {
+    constexpr std::uint64_t odd = 0x9E37'79B9'7F4A'7C15;
+    const std::hash<std::string_view> hash;
+    return (hash(digest) * odd + hash(key)) | 1U;
+}
+
+} // namespace
+
+StateRows::StateRows(const platform::PathList& files) : files_(files) {
+    kept_.appendZeros(files.size());
+}
 
 void StateRows::add(const FileStateRowView& row) {
     const std::optional<std::size_t> index = files_.find(row.path, expected_);
     if (index) {
         expected_ = *index + 1;
-        knownOfFile_[*index] = static_cast<std::uint32_t>(known_.size());
-        known_.push_back(Known{row.bytes, row.mtimeMilliseconds, std::string(row.storageKey), std::string(row.sha256)});
+        kept_[*index] = Kept{.attributes = {.bytes = row.bytes, .mtimeMilliseconds = row.mtimeMilliseconds},
+                             .mark = markOf(row.sha256, row.storageKey)};
         return;
     }
     gone_.push_back(FileStateRow{
@@ -28,21 +39,13 @@ void StateRows::add(const FileStateRowView& row) {
     });
 }
 
-std::optional<FileStateRow> StateRows::previous(std::size_t index) const {
-    if (knownOfFile_[index] == none) {
-        return std::nullopt;
-    }
-    const Known& known = known_[knownOfFile_[index]];
-    const std::string path(files_[index]);
-    return FileStateRow{
-        .path = path,
-        .rootPath = rootPath_,
-        .logicalPath = FileRules::logicalPath(path, rootPath_),
-        .storageKey = known.storageKey,
-        .sha256 = known.sha256,
-        .bytes = known.bytes,
-        .mtimeMilliseconds = known.mtimeMilliseconds,
-    };
+bool StateRows::has(std::size_t index, const platform::FileAttributes& attributes) const noexcept {
+    return has(index) && kept_[index].attributes == attributes;
+}
+
+bool StateRows::had(std::size_t index, const FileStateRow& row) const noexcept {
+    return has(index, {.bytes = row.bytes, .mtimeMilliseconds = row.mtimeMilliseconds}) &&
+           kept_[index].mark == markOf(row.sha256, row.storageKey);
 }
 
 } // namespace veskline

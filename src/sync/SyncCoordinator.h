@@ -107,12 +107,14 @@ private:
     async::Task<> keepUnavailableFolders(FolderScan& scan);
     void reportFound(const FolderScan& scan);
     async::Task<bool> runUploadPass(FolderScan& scan);
-    async::Task<ScanResult> processCounted(std::string path, const FolderScan& scan, std::size_t index);
+    async::Task<ScanResult> processCounted(const FolderScan& scan, std::size_t index);
     void reportScanned();
     async::Task<> runDeletePass(FolderScan& scan);
     async::Task<> deleteRemoteFile(FileStateRow row);
 
     // SyncCoordinatorProcessFile.cpp
+    [[nodiscard]] bool isUnchanged(const FolderScan& scan, std::size_t index) const;
+    async::Task<std::optional<FileStateRow>> previousRow(const FolderScan& scan, std::size_t index);
     async::Task<ScanResult> processFile(std::string path, std::string root, std::optional<FileStateRow> previous);
     async::Task<std::string> signedInUserID();
     async::Task<> uploadOrQueue(FileStateRow row, std::string userID);

@@ -91,8 +91,10 @@ async::Task<bool> SyncCoordinator::runUploadPass(FolderScan& scan) {
         if (!isCurrent(scan.run())) {
             co_return false;
         }
-        const std::string path(scan.files()[index]);
-        const ScanResult result = co_await processCounted(path, scan, index);
+        ScanResult result = ScanResult::skipped;
+        if (!isUnchanged(scan, index)) {
+            result = co_await processCounted(scan, index);
+        }
         scan.counters.count(result);
         if (scan.tracksInitialIndexing() && isCurrent(scan.run())) {
             reportScanned();
@@ -102,10 +104,11 @@ async::Task<bool> SyncCoordinator::runUploadPass(FolderScan& scan) {
 }
 
 // A failure of one file is told and counted, and never ends the scan.
-async::Task<ScanResult> SyncCoordinator::processCounted(std::string path, const FolderScan& scan, std::size_t index) {
+async::Task<ScanResult> SyncCoordinator::processCounted(const FolderScan& scan, std::size_t index) {
+    const std::string path(scan.files()[index]);
     ScanResult result = ScanResult::failed;
     try {
-        std::optional<FileStateRow> previous = scan.rows().previous(index);
+        std::optional<FileStateRow> previous = co_await previousRow(scan, index);
         result = co_await processFile(path, scan.root(), std::move(previous));
     } catch (const std::exception& error) {
         log(fmt::format("Upload failed, queued for retry: {} ({})", path, platform::describe(error)));

@@ -15,9 +15,17 @@ constexpr double startOfYearOne = -62'135'596'800'000.0;
 } // namespace
 
 FileAttributes readFileAttributes(const std::string& path) {
-    struct statx answer{};
-    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_SIZE | STATX_MTIME, &answer) != 0) {
+    const std::optional<FileAttributes> attributes = findFileAttributes(path.c_str());
+    if (!attributes) {
         throw FileError(path, "looked at", errno);
+    }
+    return *attributes;
+}
+
+std::optional<FileAttributes> findFileAttributes(const char* path) noexcept {
+    struct statx answer; // filled by a success, and not before: this is called for each file of a scan
+    if (::statx(AT_FDCWD, path, 0, STATX_TYPE | STATX_SIZE | STATX_MTIME, &answer) != 0) {
+        return std::nullopt;
     }
     return attributesOf(answer);
 }

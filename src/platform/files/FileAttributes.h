@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 
@@ -17,6 +18,9 @@ struct FileAttributes {
 
 // Asks once, by path (statx(2)), and follows links. Throws FileError.
 [[nodiscard]] FileAttributes readFileAttributes(const std::string& path);
+
+// The same; absent, with the reason in errno, where the file cannot be looked at.
+[[nodiscard]] std::optional<FileAttributes> findFileAttributes(const char* path) noexcept;
 
 // The same out of what the system answered, which may lack the time.
 [[nodiscard]] FileAttributes attributesOf(const struct statx& answer) noexcept;

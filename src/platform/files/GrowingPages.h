@@ -48,6 +48,11 @@ public:
         size_ += more.size();
     }
     void append(T value) { append(std::span<const T>(&value, 1)); }
+    // Adds values of zero bytes alone: they take no memory either before they are written to.
+    void appendZeros(std::size_t count) {
+        reserve(size_ + count);
+        size_ += count;
+    }
 
 private:
     void reserve(std::size_t count) {

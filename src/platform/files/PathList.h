@@ -56,6 +56,8 @@ public:
     [[nodiscard]] Iterator end() const noexcept { return {this, size()}; }
 
 private:
+    [[nodiscard]] bool isAt(std::size_t index, std::string_view path) const noexcept;
+
     GrowingPages<char> text_;            // each path and a zero byte
     GrowingPages<std::uint32_t> starts_; // where each path begins, in the order of the list
 };
