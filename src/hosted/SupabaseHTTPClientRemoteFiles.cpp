@@ -20,12 +20,12 @@ async::Task<> SupabaseHTTPClient::upload(StoredSession session, std::string loca
 async::Task<RemoteFileRecord> SupabaseHTTPClient::upsertRemoteFile(std::string logicalPath, std::string storageKey,
                                                                    std::int64_t bytes, std::string mimeType,
                                                                    std::string sha256) const {
-    const JSONValue::Object row{{"path", logicalPath},       {"storage_bucket", config_.filesBucket},
-                                {"storage_key", storageKey}, {"bytes", bytes},
-                                {"mime", mimeType},          {"sha256", sha256},
-                                {"is_deleted", false},       {"ingest_error", nullptr}};
+    JSONValue::Object row{{"path", logicalPath},       {"storage_bucket", config_.filesBucket},
+                          {"storage_key", storageKey}, {"bytes", bytes},
+                          {"mime", mimeType},          {"sha256", sha256},
+                          {"is_deleted", false},       {"ingest_error", nullptr}};
     return runWithRefreshedSession(
-        [this, row](StoredSession session) { return upsertFileRow(std::move(session), row); });
+        [this, row = std::move(row)](StoredSession session) { return upsertFileRow(std::move(session), row); });
 }
 
 // The owner is whom the service names, not whom the stored session does.
@@ -60,9 +60,9 @@ async::Task<> SupabaseHTTPClient::markFileDeleted(std::string fileID) const {
 }
 
 async::Task<> SupabaseHTTPClient::insertJob(std::string fileID, std::string kind) const {
-    const JSONValue::Object row{{"file_id", fileID}, {"kind", kind}, {"payload", JSONValue::Object()}};
+    JSONValue::Object row{{"file_id", fileID}, {"kind", kind}, {"payload", JSONValue::Object()}};
     return runWithRefreshedSession(
-        [this, row](StoredSession session) { return insertJobRow(std::move(session), row); });
+        [this, row = std::move(row)](StoredSession session) { return insertJobRow(std::move(session), row); });
 }
 
 async::Task<> SupabaseHTTPClient::insertJobRow(StoredSession session, JSONValue::Object row) const {

@@ -36,6 +36,7 @@ platform::HttpRequest SupabaseHTTPClient::makeRequest(std::string_view path, std
         throw SupabaseHTTPError::invalidURL();
     }
     platform::HttpRequest request{.method = std::string(method), .url = *std::move(url)};
+    request.headers.reserve(4 + extraHeaders.size());
     request.setHeader("apikey", config_.supabaseAnonKey);
     request.setHeader("accept", "application/json");
     if (bearerToken) {

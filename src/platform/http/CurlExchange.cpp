@@ -13,6 +13,10 @@ namespace platform {
 
 namespace {
 
+// Bytes of libcurl's own buffer for an upload, which is made anew for each: the least and the usual one.
+constexpr long smallFile = 16'384;
+constexpr long usualBuffer = 65'536;
+
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
     const std::size_t first = text.find_first_not_of(blanks);
@@ -78,6 +82,7 @@ void CurlExchange::setBody() {
         file_->rewind();
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(file_->size()));
+        set(CURLOPT_UPLOAD_BUFFERSIZE, file_->size() < smallFile ? smallFile : usualBuffer);
         return;
     }
     const std::string* const bytes = std::get_if<std::string>(&request.body);

@@ -2,21 +2,36 @@
 
 #include "platform/http/CurlUrl.h"
 
+#include <array>
+
 namespace platform {
 
 namespace {
 
-constexpr std::string_view lettersAndDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-constexpr std::string_view pathMarks = "-._~!$&'()*+,;=:@/";
-constexpr std::string_view queryMarks = "-._~!$'()*,:@/?";
+// Which bytes stand as they are: letters, digits and some marks.
+using PlainBytes = std::array<bool, 256>;
 
-void appendEscaped(std::string& url, std::string_view text, std::string_view marks) {
+constexpr PlainBytes lettersDigitsAnd(std::string_view marks) {
+    PlainBytes plain{};
+    for (const std::string_view characters :
+         {std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"), marks}) {
+        for (const char character : characters) {
+            plain[static_cast<unsigned char>(character)] = true;
+        }
+    }
+    return plain;
+}
+
+constexpr PlainBytes plainInPath = lettersDigitsAnd("-._~!$&'()*+,;=:@/");
+constexpr PlainBytes plainInQuery = lettersDigitsAnd("-._~!$'()*,:@/?");
+
+void appendEscaped(std::string& url, std::string_view text, const PlainBytes& plain) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     for (const char character : text) {
-        if (lettersAndDigits.contains(character) || marks.contains(character)) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (plain[byte]) {
             url += character;
         } else {
-            const auto byte = static_cast<unsigned char>(character);
             url += {'%', digits[byte >> 4U], digits[byte & 0xFU]};
         }
     }
@@ -45,13 +60,13 @@ std::optional<std::string> UrlBuilder::build(std::string_view path, std::span<co
         return std::nullopt;
     }
     std::string url = *server_;
-    appendEscaped(url, path, pathMarks);
+    appendEscaped(url, path, plainInPath);
     char separator = '?';
     for (const QueryItem& item : query) {
         url += separator;
-        appendEscaped(url, item.name, queryMarks);
+        appendEscaped(url, item.name, plainInQuery);
         url += '=';
-        appendEscaped(url, item.value, queryMarks);
+        appendEscaped(url, item.value, plainInQuery);
         separator = '&';
     }
     return url;
