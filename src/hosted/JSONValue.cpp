@@ -19,8 +19,8 @@ struct JSONValueEncoder {
     platform::Json operator()(const auto& plain) const { return plain; }
 };
 
-std::string JSONValue::encoded() const {
-    return platform::encodeCompact(JSONValueEncoder::document(*this));
+std::string JSONValue::encoded(const Object& members) {
+    return platform::encodeCompact(JSONValueEncoder()(members));
 }
 
 } // namespace veskline

@@ -22,8 +22,8 @@ public:
     JSONValue(Object members) : value_(std::move(members)) {}
     JSONValue(std::nullptr_t) : value_(nullptr) {}
 
-    // Its JSON text. Throws platform::JsonError for text in it that is no valid UTF-8.
-    [[nodiscard]] std::string encoded() const;
+    // The JSON text of an object. Throws platform::JsonError for text in it that is no valid UTF-8.
+    [[nodiscard]] static std::string encoded(const Object& members);
 
 private:
     friend struct JSONValueEncoder;

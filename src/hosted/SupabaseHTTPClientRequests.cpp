@@ -36,7 +36,7 @@ platform::HttpRequest SupabaseHTTPClient::makeRequest(std::string_view path, std
         throw SupabaseHTTPError::invalidURL();
     }
     platform::HttpRequest request{.method = std::string(method), .url = *std::move(url)};
-    request.headers.reserve(4 + extraHeaders.size());
+    request.headers.reserve(4 + extraHeaders.size()); // three, and perhaps a content-type
     request.setHeader("apikey", config_.supabaseAnonKey);
     request.setHeader("accept", "application/json");
     if (bearerToken) {
@@ -54,7 +54,7 @@ platform::HttpRequest SupabaseHTTPClient::makeRequest(std::string_view path, std
                                                       const Headers& extraHeaders) const {
     platform::HttpRequest request = makeRequest(path, method, bearerToken, queryItems, extraHeaders);
     request.setHeader("content-type", "application/json");
-    request.body = JSONValue(body).encoded();
+    request.body = JSONValue::encoded(body);
     return request;
 }
 

@@ -77,7 +77,7 @@ protected:
     TemporaryFolder folder;
     ScriptedServer server;
     async::ThreadPool pool;
-    platform::CurlTransport curl;
+    platform::CurlTransport curl{pool.executor()};
     SessionStore sessionStore{pool.executor(), StorePlace{.path = folder.at("session.json")}, std::nullopt};
     PublicConfig config{.supabaseURL = server.url() + "/configured?path=gone", .supabaseAnonKey = "anon"};
     SupabaseHTTPClient client{config, sessionStore, curl.transport(), pool.executor()};

@@ -47,9 +47,12 @@ public:
         if (!S_ISREG(found.st_mode)) {
             throw FileError(fmt::format("The file \"{}\" could not be read: it is no regular file", path_));
         }
-        // Only a hint, so its failure says nothing.
-        ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
-        return static_cast<std::size_t>(found.st_size);
+        const auto size = static_cast<std::size_t>(found.st_size);
+        if (size > blockBytes) {
+            // Only a hint, so its failure says nothing.
+            ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
+        }
+        return size;
     }
 
     std::size_t read(std::span<unsigned char> block) const {
