@@ -1,57 +1,58 @@
 #pragma once
 
-#include "endtoend/Program.h"
-#include "local_project/LocalProject.h"
+#include "agent_stand/AgentStand.h"
+#include "agent_stand/Machine.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace veskline::testing {
 
-// The built agent, a hosted project in the test's own process, and a folder of documents that the agent syncs by itself
-// as soon as it starts.
+using agent_stand::AgentStand;
+using agent_stand::Machine;
+using agent_stand::Program;
+
+// The built agent on a stand of the case's own.
 class AgentFixture : public ::testing::Test {
 protected:
-    // The path of each document in the hosted table, and the digest of its content.
-    using Documents = std::multiset<std::pair<std::string, std::string>>;
-
-    AgentFixture();
+    using Documents = AgentStand::Documents;
 
     std::string write(std::string_view name, std::string_view content) {
         return folder.write("documents/" + std::string(name), content);
     }
-    // Signs in and stores the folders, as a user would in the window.
-    void setUp(const std::vector<std::string>& roots);
-    void setUp() { setUp({root}); }
+    void setUp(const std::vector<std::string>& roots) { stand.setUp(roots); }
+    void setUp() { stand.setUp(); }
     [[nodiscard]] std::unique_ptr<Program> start(const std::string& name = "veskline",
-                                                 const std::vector<std::string>& arguments = {});
-    // The exit code that the agent gives to a request to end.
-    static int end(Program& agent);
-    // A start, up to the end of the initial scan, and a clean end; the summary line that it logged.
-    std::string syncOnce();
+                                                 const std::vector<std::string>& arguments = {}) {
+        return stand.start(name, arguments);
+    }
+    // With the machine going wrong below it.
+    [[nodiscard]] std::unique_ptr<Program> startOn(const Machine& machine) {
+        return std::make_unique<Program>("veskline", std::vector<std::string>(), machine.added(environment));
+    }
+    static int end(Program& agent) { return AgentStand::end(agent); }
+    // Up to the end of the initial scan, and a clean end; the summary line that it logged.
+    static std::string finish(Program& agent) {
+        EXPECT_TRUE(agent.waitForLine("Initial scan complete")) << "the agent has ended or stands still";
+        EXPECT_EQ(end(agent), 0);
+        return agent.lastLine("Summary: ");
+    }
+    std::string syncOnce() { return finish(*start()); }
 
-    // What is alive on the hosted side. A row that differs from its object has words for a digest.
-    [[nodiscard]] Documents hosted();
-    // The supported files on the disk.
-    static Documents disk(const std::vector<std::string>& roots);
-    [[nodiscard]] Documents disk() const { return disk({root}); }
-    // The names in the state folder but for those that belong there.
-    [[nodiscard]] std::set<std::string> temporaryFilesLeft() const;
-    // What the state database's own check says of it.
-    [[nodiscard]] std::string integrity() const;
+    [[nodiscard]] Documents hosted() { return stand.hosted(); }
+    [[nodiscard]] Documents disk() const { return stand.disk(); }
 
-    const std::string account = "ann@example.com";
-    const std::string password = "a long password";
     TemporaryFolder folder;
-    std::string root;
-    local_project::LocalProject project;
-    Program::Environment environment;
+    AgentStand stand{folder.path()};
+    const std::string& root = stand.root;
+    local_project::LocalProject& project = stand.project;
+    Program::Environment& environment = stand.environment;
 };
 
 } // namespace veskline::testing

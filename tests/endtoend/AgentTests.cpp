@@ -6,8 +6,6 @@
 #include <csignal>
 #include <fstream>
 #include <functional>
-#include <random>
-#include <thread>
 
 using namespace veskline;
 using local_project::JournalEntry;
@@ -37,7 +35,7 @@ TEST_F(Agent, BringsEveryKindOfDocumentOverAndUploadsNothingTheSecondTime) {
     EXPECT_EQ(syncOnce(), "Summary: uploaded 10, skipped 0, deleted 0, failed 0.");
     EXPECT_EQ(hosted(), disk());
     EXPECT_EQ(syncOnce(), "Summary: uploaded 0, skipped 10, deleted 0, failed 0.");
-    EXPECT_EQ(temporaryFilesLeft(), std::set<std::string>());
+    EXPECT_EQ(stand.temporaryFilesLeft(), std::set<std::string>());
 }
 
 TEST_F(Agent, SendsExactlyFiveRequestsForANewFileOnOneConnection) {
@@ -109,30 +107,6 @@ TEST_F(Agent, EndsCleanlyAtAnySignalAlsoInTheMidstOfAnUpload) {
     EXPECT_EQ(syncOnce(), "Summary: uploaded 1, skipped 0, deleted 0, failed 0.");
 }
 
-TEST_F(Agent, LosesNothingWhenItIsKilledAtAnyMoment) {
-    std::vector<std::string> names;
-    for (int i = 0; i < 300; ++i) {
-        names.push_back("d" + std::to_string(i % 7) + "/" + std::to_string(i) + ".txt");
-    }
-    setUp();
-    std::mt19937 random(20261122);
-    for (int round = 0; round < 20; ++round) {
-        SCOPED_TRACE(round);
-        for (const std::string& name : names) {
-            write(name, name + " of round " + std::to_string(round));
-        }
-        const std::unique_ptr<Program> agent = start();
-        ASSERT_TRUE(agent->waitForLine("Scanned: " + std::to_string(1 + random() % 299)));
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
-        agent->signal(SIGKILL);
-        EXPECT_EQ(agent->wait(), -SIGKILL);
-        syncOnce();
-        ASSERT_EQ(hosted(), disk());
-        ASSERT_EQ(temporaryFilesLeft(), std::set<std::string>());
-        ASSERT_EQ(integrity(), "ok");
-    }
-}
-
 TEST_F(Agent, SaysInThreeLinesWhyItCannotStart) {
     const std::pair<std::function<void()>, const char*> rows[] = {
         {[&] { folder.write("state/state.sqlite3", std::string(5000, 'x')); }, "file is not a database"},
@@ -153,7 +127,7 @@ TEST_F(Agent, SaysInThreeLinesWhyItCannotStart) {
 }
 
 TEST_F(Agent, FindsTheLocalProjectAsItWasWhenThatIsKilled) {
-    std::vector<std::string> words{"--data", folder.at("local"), "--user", account + ":" + password};
+    std::vector<std::string> words{"--data", folder.at("local"), "--user", stand.account + ":" + stand.password};
     words.insert(words.end(), {"--port-file", folder.at("port")});
     const auto startLocal = [&] {
         std::unique_ptr<Program> local = start("veskline-local-project", words);

@@ -5,6 +5,7 @@
 #include <thread>
 
 using namespace veskline;
+using veskline::testing::AgentStand;
 using veskline::testing::Program;
 
 namespace {
@@ -64,14 +65,14 @@ TEST_F(Watch, BringsEveryDeedOverWithOneRescanOfItsRoot) {
     setUp(roots);
     const std::unique_ptr<Program> agent = start();
     ASSERT_TRUE(agent->waitForLine("Watching "));
-    ASSERT_EQ(hosted(), disk(roots));
+    ASSERT_EQ(hosted(), AgentStand::disk(roots));
 
     std::ranges::for_each(deeds, [&](const Deed& deed) { run(deed, deed.commands); });
 
     for (const std::string& each : roots) {
         EXPECT_TRUE(agent->waitForLine("Rescan: " + each)) << each;
     }
-    waitUntilHosted(disk(roots));
+    waitUntilHosted(AgentStand::disk(roots));
     EXPECT_TRUE(agent->waitForLine("Summary: ", 2 * roots.size())) << "every rescan has ended";
     EXPECT_EQ(end(*agent), 0);
     for (const std::string& each : roots) {

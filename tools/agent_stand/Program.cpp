@@ -1,4 +1,4 @@
-#include "endtoend/Program.h"
+#include "agent_stand/Program.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-namespace veskline::testing {
+namespace agent_stand {
 
 namespace {
 
@@ -120,4 +120,4 @@ std::string Program::errors() const {
     return text;
 }
 
-} // namespace veskline::testing
+} // namespace agent_stand

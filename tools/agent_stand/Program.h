@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace veskline::testing {
+namespace agent_stand {
 
 // A built program under test: started with an environment of its own, read line by line, and signalled. Killed with
 // the object where it still runs.
@@ -56,4 +56,4 @@ private:
     std::thread reader_;
 };
 
-} // namespace veskline::testing
+} // namespace agent_stand

@@ -1,0 +1,107 @@
+#include "kills/Trial.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr int promiseBroken = 1;
+constexpr int badCommandLine = 2;
+
+constexpr std::string_view usage = R"(veskline-kills [ROUNDS] [--seed N]
+
+Kills the built agent with SIGKILL, once a round (500): at random, and at each step of its work, held there by the
+hosted side or in the very call. Starts it again, and compares the hosted side with the disk. Prints what is broken.
+)";
+
+struct Options {
+    std::size_t rounds = 500;
+    std::uint64_t seed = 1;
+};
+
+std::optional<Options> parse(std::span<char*> words) {
+    Options options;
+    try {
+        for (std::size_t i = 0; i < words.size(); ++i) {
+            if (std::string_view(words[i]) == "--seed" && i + 1 < words.size()) {
+                options.seed = std::stoull(words[++i]);
+            } else {
+                options.rounds = std::stoull(words[i]);
+            }
+        }
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+    return options;
+}
+
+// In memory where the machine has /dev/shm.
+std::filesystem::path makeFolder() {
+    const bool hasMemory = ::access("/dev/shm", W_OK | X_OK) == 0;
+    const std::filesystem::path parent = hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path();
+    std::string name = (std::filesystem::canonical(parent) / "veskline-kills-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("no folder could be made in " + parent.string());
+    }
+    return name;
+}
+
+void print(const Options& options, const kills::Findings& findings, std::chrono::duration<double> time) {
+    for (const auto& [moment, count] : findings.perMoment) {
+        fmt::print("{:5}  {}\n", count, moment);
+    }
+    fmt::print("seed {}: {} kills at {} kinds of moment in {:.1f} s; {} left a temporary file or a journal behind, "
+               "{} took a renewed session with them (signed in anew)\n",
+               options.seed, findings.kills, findings.perMoment.size(), time.count(), findings.leftovers,
+               findings.signedInAnew);
+    if (findings.broken.empty()) {
+        fmt::print("0 files lost, 0 unreadable stores, integrity_check ok each time, 0 temporary files left\n");
+    }
+    for (const std::string& line : findings.broken) {
+        fmt::print("BROKEN  {}\n", line);
+    }
+}
+
+int run(const Options& options) {
+    const auto begin = std::chrono::steady_clock::now();
+    const std::filesystem::path folder = makeFolder();
+    bool isKept = false;
+    {
+        kills::Trial trial(folder, options.seed);
+        const kills::Findings& findings = trial.run(options.rounds);
+        print(options, findings, std::chrono::steady_clock::now() - begin);
+        isKept = findings.broken.empty() && findings.kills == options.rounds;
+    }
+    if (isKept) {
+        std::filesystem::remove_all(folder);
+        return EXIT_SUCCESS;
+    }
+    fmt::print("The state is kept in {}\n", folder.string());
+    return promiseBroken;
+}
+
+} // namespace
+
+int main(int count, char** words) {
+    const std::optional<Options> options = parse(std::span(words + 1, static_cast<std::size_t>(count - 1)));
+    if (!options) {
+        fmt::print(stderr, "{}", usage);
+        return badCommandLine;
+    }
+    try {
+        return run(*options);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "veskline-kills: {}\n", error.what());
+        return badCommandLine;
+    }
+}
