@@ -1,8 +1,11 @@
 #include "endtoend/AgentFixture.h"
+#include "endtoend/WireFaults.h"
 
+#include <fnmatch.h>
 #include <nlohmann/json.hpp>
 
-#include <ostream>
+#include <algorithm>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -10,95 +13,194 @@ namespace veskline::testing {
 
 namespace {
 
+using local_project::JournalEntry;
 using nlohmann::json;
+using namespace std::chrono_literals;
 
-// One of the requests that bring a file over, in their order.
-struct Step {
-    const char* name;
-    json request;        // what a fault picks it by
-    bool readsItsAnswer; // the others count as done by their status alone
-    bool isAnsweredByABody = true;
-
-    friend void PrintTo(const Step& step, std::ostream* out) { *out << step.name; }
-};
-
-// `skip` passes over the same request of the launch and of the step before.
-const std::vector<Step>& steps() {
-    static const std::vector<Step> all{
-        {"Object", {{"method", "POST"}, {"path", "/storage/*"}}, false},
-        {"FirstUser", {{"method", "GET"}, {"path", "/auth/v1/user"}, {"skip", 2}}, true},
-        {"Row", {{"method", "POST"}, {"path", "/rest/v1/files"}}, true},
-        {"SecondUser", {{"method", "GET"}, {"path", "/auth/v1/user"}, {"skip", 3}}, true},
-        {"Job", {{"method", "POST"}, {"path", "/rest/v1/jobs"}}, false, false},
-    };
-    return all;
+// The whole of it: words told for a failure, and none where there is none.
+::testing::AssertionResult reads(const std::string& told, const std::string& pattern) {
+    return ::fnmatch(pattern.c_str(), told.c_str(), FNM_NOESCAPE) == 0
+               ? ::testing::AssertionSuccess()
+               : ::testing::AssertionFailure() << "told: " << told << "\nexpected: " << pattern;
 }
 
-struct Fault {
-    json description;
-    std::string words;        // what the log says of the failure, from its start; none where the file arrives
-    bool isInTheBody = false; // of an answer whose status is well, given after the request was carried out
+class WireFaults : public AgentFixture, public ::testing::WithParamInterface<Step> {
+protected:
+    WireFaults() : machine(folder.path(), {}) {}
+
+    // What a cell begins with; the path that will be told of.
+    std::string prepare(const std::string& cell) {
+        if (GetParam().scene == Scene::deletion) {
+            std::filesystem::remove(root + "/" + cell + ".txt");
+            return root + "/" + cell + ".txt";
+        }
+        if (GetParam().scene == Scene::drain) {
+            folder.write("state/retry-queue.json", queue);
+        }
+        return write("a.txt", GetParam().name + cell);
+    }
+    // Once before all cells: files to delete, or a queued upload.
+    void prepareAll(std::size_t cells) {
+        setUp();
+        write("kept.txt", "kept");
+        if (GetParam().scene == Scene::deletion) {
+            for (std::size_t cell = 0; cell < cells; ++cell) {
+                write(std::to_string(cell) + ".txt", std::to_string(cell));
+            }
+        }
+        if (GetParam().scene == Scene::drain) {
+            write("a.txt", "first");
+            project.faults().add(json{{"kind", "status"}, {"method", "POST"}, {"path", "/rest/v1/files"}});
+        }
+        syncOnce();
+        project.faults().clear();
+        queue = folder.read("state/retry-queue.json");
+    }
+
+    // Enough of them also where the client tries again, and where the same request comes from elsewhere.
+    void addFault(const json& description) {
+        if (GetParam().scene == Scene::refresh) {
+            project.faults().add(json{{"kind", "expire-tokens"}, {"method", "POST"}, {"path", "/storage/*"}});
+        }
+        json fault = description;
+        fault.update(GetParam().request);
+        fault["count"] = GetParam().scene == Scene::refresh ? 1000 : 5;
+        project.faults().add(fault);
+    }
+
+    // Moves the clock by hand as long as a request stands still, until the line is logged or the output ends.
+    void passStall(const json& description, Program& program, const char* line) {
+        if (description.at("kind") != "stall" || description.contains("ms")) {
+            return;
+        }
+        ASSERT_TRUE(project.faults().waitForStalled(1, Program::patience));
+        while (!program.waitForLine(line, 1, 5ms) && !program.isOutputOver()) {
+            machine.advance(2s);
+        }
+    }
+
+    [[nodiscard]] std::string told(const Program& agent, const std::string& path) const {
+        const std::map<Scene, std::string> beginnings{
+            {Scene::upload, "Upload failed, queued for retry: " + path + " ("},
+            {Scene::refresh, "Upload failed, queued for retry: " + path + " ("},
+            {Scene::drain, "Retry failed for "},
+            {Scene::deletion, "Delete sync warning for " + path + ": "},
+        };
+        const std::string& beginning = beginnings.at(GetParam().scene);
+        std::string line = agent.lastLine(beginning);
+        if (line.empty()) {
+            return "";
+        }
+        if (GetParam().scene == Scene::drain) {
+            return line.substr(line.find(": ") + 2);
+        }
+        line.erase(0, beginning.size());
+        if (beginning.ends_with('(')) {
+            line.pop_back();
+        }
+        return line;
+    }
+
+    static std::string summary(std::size_t uploaded, std::size_t skipped, std::size_t deleted, std::size_t failed) {
+        return "Summary: uploaded " + std::to_string(uploaded) + ", skipped " + std::to_string(skipped) + ", deleted " +
+               std::to_string(deleted) + ", failed " + std::to_string(failed) + ".";
+    }
+
+    void runAtAScan(const WireFault& fault, const std::string& cell) {
+        const std::string path = prepare(cell);
+        addFault(fault.description);
+        const std::unique_ptr<Program> agent = startOn(machine);
+        passStall(fault.description, *agent, "Initial scan complete");
+        const std::string summaryLine = finish(*agent);
+        ASSERT_TRUE(stand.finishRequests());
+        project.faults().clear();
+
+        const std::size_t failed = fault.words.empty() ? 0 : 1;
+        const bool isDeletion = GetParam().scene == Scene::deletion;
+        const std::size_t others = disk().size() - (isDeletion ? 0 : 1);
+        EXPECT_TRUE(reads(told(*agent, path), fault.words));
+        EXPECT_EQ(summaryLine,
+                  isDeletion ? summary(0, others, 1 - failed, failed) : summary(1 - failed, others, 0, failed));
+        if (GetParam().scene == Scene::refresh && isCarriedOut(fault.description)) {
+            setUp(); // a refresh token is good once, and the answer with the next one was lost
+        }
+        EXPECT_EQ(syncOnce(), isDeletion ? summary(0, others, failed, 0) : summary(failed, others + 1 - failed, 0, 0));
+        EXPECT_EQ(hosted(), disk());
+        EXPECT_EQ(stand.remembered(), disk());
+        const std::string left = folder.read("state/retry-queue.json");
+        EXPECT_TRUE(left.empty() || json::parse(left).empty()) << left;
+    }
+
+    // Lets the clock run until the next reading of the status is over, and was well; the agent stays what it was.
+    void runAtAPoll(const WireFault& fault, Program& agent) {
+        addFault(fault.description);
+        const std::size_t lines = agent.output().size();
+        const auto passUntil = [&](const std::function<bool()>& isReached) {
+            while (!isReached() && !agent.isOutputOver()) {
+                machine.advance(isPollOver() ? 20s : 2s); // less than a stall's 60 s while a request is on its way
+                static_cast<void>(agent.waitForLine("no such line", 1, 5ms));
+            }
+        };
+        passUntil([&] { return project.faults().list().at("faults").at(0).at("applied") > 0; });
+        passUntil([&] { return fault.description.contains("ms") || isPollOver(); });
+        project.faults().clear();
+        project.journal().clear();
+        passUntil([&] { return questionsAnswered() >= 6; });
+        EXPECT_GE(questionsAnswered(), 6U) << "the agent has ended";
+        EXPECT_EQ(agent.output().size(), lines) << agent.output().back();
+        project.journal().clear();
+    }
+    // Nothing is under way.
+    bool isPollOver() {
+        const std::vector<JournalEntry> entries = project.journal().entries();
+        return std::ranges::all_of(entries, [](const JournalEntry& entry) { return entry.status.has_value(); });
+    }
+    std::size_t questionsAnswered() {
+        const std::vector<JournalEntry> entries = project.journal().entries();
+        return static_cast<std::size_t>(std::ranges::count_if(entries, [](const JournalEntry& entry) {
+            return entry.method == "GET" && entry.path.starts_with("/rest/v1/") && entry.status.value_or(0) / 100 == 2;
+        }));
+    }
+
+    void runAtASignIn(const WireFault& fault) {
+        std::filesystem::remove(folder.path() / "state/session.json");
+        addFault(fault.description);
+        Program tool("veskline-demo-setup", {"ultra", root}, machine.added(environment));
+        passStall(fault.description, tool, "no such line");
+        EXPECT_EQ(tool.wait(), fault.words.empty() ? 0 : 1);
+        EXPECT_TRUE(reads(tool.errors(), fault.words.empty() ? "" : "veskline-demo-setup: " + fault.words + "\n"));
+        EXPECT_EQ(folder.has("state/session.json"), fault.words.empty());
+        project.faults().clear();
+        setUp();
+        EXPECT_EQ(syncOnce(), summary(0, 1, 0, 0));
+    }
+
+    Machine machine;
+    std::string queue;
 };
-
-std::vector<Fault> faults(const Step& step) {
-    const std::string lost = "The connection to the server was lost: ";
-    const std::string wrongType = step.request.at("method") == "GET" ? "an object" : "a list";
-    std::vector<Fault> all{
-        {{{"kind", "cut-before"}}, lost},
-        {{{"kind", "cut-after"}}, lost},
-        {{{"kind", "cut-in-body"}}, step.isAnsweredByABody ? lost + "transfer closed with " : ""},
-        {{{"kind", "cut-upload"}, {"bytes", 3}}, lost},
-        {{{"kind", "stall"}, {"ms", 50}}, ""},
-        {{{"kind", "truncate"}}, "The text is not valid JSON: error in line 1, column ", true},
-        {{{"kind", "html"}}, "The text is not valid JSON: error in line 1, column 1)", true},
-        {{{"kind", "wrong-type"}}, "The document is not " + wrongType + ")", true},
-        {{{"kind", "envelope"}, {"message", "out of paper"}}, "out of paper)", true},
-        {{{"kind", "junk"}, {"mib", 16}}, "The text is not valid JSON: error in line 1, column 1)", true},
-        {{{"kind", "junk"}, {"mib", 17}, {"after", true}}, "The server's answer is larger than 16384 KiB)"},
-        {{{"kind", "redirect"}, {"location", "http://127.0.0.1:1/"}}, "Could not connect to the server: "},
-        {{{"kind", "status"}, {"status", 401}}, "Supabase session is unauthorized)"},
-    };
-    for (const int status : {400, 403, 409, 413, 429, 500, 502, 503, 544}) {
-        all.push_back({{{"kind", "status"}, {"status", status}},
-                       "Supabase request failed with status " + std::to_string(status) + ")"});
-    }
-    for (Fault& fault : all) {
-        fault.description["after"] = fault.description.value("after", fault.isInTheBody);
-        fault.words = fault.isInTheBody && !step.readsItsAnswer ? "" : fault.words;
-    }
-    return all;
-}
-
-class WireFault : public AgentFixture, public ::testing::WithParamInterface<Step> {};
 
 } // namespace
 
-TEST_P(WireFault, IsToldInItsWordsAndTheFileArrivesOnceTheServiceIsWell) {
-    setUp();
-    for (const auto& [description, words, isInTheBody] : faults(GetParam())) {
-        SCOPED_TRACE(description.dump());
-        const std::string path = write("a.txt", GetParam().name + description.dump());
-        json fault = description;
-        fault.update(GetParam().request);
-        fault["count"] = 5; // also where the client tries again
-        project.faults().add(fault);
-        const std::unique_ptr<Program> agent = start();
-        ASSERT_TRUE(agent->waitForLine("Initial scan complete"));
-        EXPECT_EQ(end(*agent), 0);
-        project.faults().clear();
-
-        const bool fails = !words.empty();
-        EXPECT_EQ(agent->lastLine("Summary: "), fails ? "Summary: uploaded 0, skipped 0, deleted 0, failed 1."
-                                                      : "Summary: uploaded 1, skipped 0, deleted 0, failed 0.");
-        const std::string told = agent->lastLine("Upload failed, queued for retry: ");
-        EXPECT_TRUE(told.starts_with(fails ? "Upload failed, queued for retry: " + path + " (" + words : "")) << told;
-        EXPECT_EQ(syncOnce(), fails ? "Summary: uploaded 1, skipped 0, deleted 0, failed 0."
-                                    : "Summary: uploaded 0, skipped 1, deleted 0, failed 0.");
-        EXPECT_EQ(hosted(), disk());
+TEST_P(WireFaults, AreToldInTheirWordsAndAllArrivesOnceTheServiceIsWell) {
+    const std::vector<WireFault> cells = wireFaults(GetParam());
+    prepareAll(cells.size());
+    const std::unique_ptr<Program> agent = GetParam().scene == Scene::status ? startOn(machine) : nullptr;
+    ASSERT_TRUE(!agent || agent->waitForLine("Watching "));
+    for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+        SCOPED_TRACE(cells[cell].description.dump());
+        if (agent) {
+            runAtAPoll(cells[cell], *agent);
+        } else if (GetParam().scene == Scene::signIn) {
+            runAtASignIn(cells[cell]);
+        } else {
+            runAtAScan(cells[cell], std::to_string(cell));
+        }
     }
+    EXPECT_TRUE(!agent || end(*agent) == 0);
+    EXPECT_EQ(hosted(), disk());
 }
 
-INSTANTIATE_TEST_SUITE_P(Requests, WireFault, ::testing::ValuesIn(steps()),
+INSTANTIATE_TEST_SUITE_P(Requests, WireFaults, ::testing::ValuesIn(wireSteps()),
                          [](const auto& step) { return step.param.name; });
 
 } // namespace veskline::testing

@@ -5,9 +5,11 @@
 #include <nlohmann/json.hpp>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <deque>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -15,6 +17,7 @@
 
 namespace agent_stand {
 
+using local_project::JournalEntry;
 using nlohmann::json;
 using veskline::FileEnumerationResult;
 namespace FileRules = veskline::FileRules;
@@ -83,6 +86,13 @@ std::unique_ptr<Program> AgentStand::start(const std::string& name, const std::v
 int AgentStand::end(Program& agent) {
     agent.signal(SIGTERM);
     return agent.wait();
+}
+
+bool AgentStand::finishRequests() {
+    const auto isDone = [](const std::deque<JournalEntry>& entries) {
+        return std::ranges::all_of(entries, [](const JournalEntry& entry) { return entry.status.has_value(); });
+    };
+    return project.journal().waitFor(isDone, Program::patience);
 }
 
 AgentStand::Documents AgentStand::hosted() {

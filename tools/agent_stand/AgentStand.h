@@ -33,6 +33,10 @@ public:
     // The exit code that the agent gives to a request to end.
     static int end(Program& agent);
 
+    // Waits until the hosted side is done with every request that has come in: what a program leaves behind when it ends
+    // must not depend on how fast that is. False where the patience of Program ended before.
+    [[nodiscard]] bool finishRequests();
+
     // What is alive on the hosted side. A row that differs from its object has words for a digest.
     [[nodiscard]] Documents hosted();
     // The same, of what the project's worker has made searchable.

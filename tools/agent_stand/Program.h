@@ -34,7 +34,10 @@ public:
     int wait();
 
     // Waits until standard output has had `count` lines that begin so. False where the program ended or patience did.
-    [[nodiscard]] bool waitForLine(std::string_view beginning, std::size_t count = 1);
+    [[nodiscard]] bool waitForLine(std::string_view beginning, std::size_t count = 1,
+                                   std::chrono::milliseconds mostly = patience);
+    // No further line comes: the program has ended, or is about to.
+    [[nodiscard]] bool isOutputOver() const;
 
     [[nodiscard]] std::vector<std::string> output() const;
     // The last line of standard output that begins so.

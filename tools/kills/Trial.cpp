@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <deque>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -92,7 +91,7 @@ void Trial::kill(const Moment& moment) {
     waitFor(moment, agent);
     agent.signal(SIGKILL);
     findings_.kills += agent.wait() == -SIGKILL ? 1 : 0;
-    finishOpenRequests();
+    expect(stand_.finishRequests(), "the service comes to rest");
     stand_.project.faults().clear();
 }
 
@@ -105,14 +104,6 @@ void Trial::waitFor(const Moment& moment, Program& agent) {
         expect(moment.line.empty() || agent.waitForLine(moment.line), "the line is logged");
         std::this_thread::sleep_for(moment.delay);
     }
-}
-
-// The service goes on with what had arrived: what comes after the kill must not depend on how fast it is.
-void Trial::finishOpenRequests() {
-    const auto isOver = [](const std::deque<JournalEntry>& entries) {
-        return std::ranges::all_of(entries, [](const JournalEntry& entry) { return entry.status.has_value(); });
-    };
-    expect(stand_.project.journal().waitFor(isOver, Program::patience), "the service comes to rest");
 }
 
 // The service has renewed the session, and the new one died with the agent: a refresh token is good once.

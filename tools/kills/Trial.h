@@ -35,7 +35,6 @@ private:
     void prepare(const Moment& moment);
     void kill(const Moment& moment);
     void waitFor(const Moment& moment, agent_stand::Program& agent);
-    void finishOpenRequests();
     [[nodiscard]] bool hasLostItsSession(const std::string& before);
     void startAgain();
     void compare();
