@@ -17,11 +17,12 @@ namespace {
 using platform::FileError;
 using platform::WholeFile;
 
-bool mayBeOverInAMoment(const std::error_code& code) {
+// The file may well be there and hold something.
+bool tellsNothingOfTheContent(const std::error_code& code) {
     using enum std::errc;
-    constexpr std::array passing{io_error, too_many_files_open, too_many_files_open_in_system, not_enough_memory,
-                                 timed_out};
-    return std::ranges::any_of(passing, [&code](std::errc one) { return code == one; });
+    constexpr std::array reasons{io_error,          too_many_files_open, too_many_files_open_in_system,
+                                 not_enough_memory, timed_out,           permission_denied};
+    return std::ranges::any_of(reasons, [&code](std::errc one) { return code == one; });
 }
 
 } // namespace
@@ -49,7 +50,7 @@ std::optional<std::string> StoreFile::readUnlessAbsent(const WholeFile& file) co
         if (error.code() == std::errc::file_too_large) {
             return std::string();
         }
-        if (mayBeOverInAMoment(error.code())) {
+        if (tellsNothingOfTheContent(error.code())) {
             throw;
         }
         return std::nullopt;

@@ -27,8 +27,8 @@ public:
     // holds; absent where that cannot be read either. A file that is too large reads as an empty text, which is no
     // valid content: it hides the older one like any other.
     //
-    // Throws platform::FileError for a failure that may be over in a moment (no file descriptors left, a disk that
-    // does not answer): to take such a file for a missing one could end in replacing it.
+    // Throws platform::FileError for a failure that tells nothing of the content (no file descriptors left, a disk that
+    // does not answer, a file that may not be read): to take such a file for a missing one could end in replacing it.
     [[nodiscard]] std::optional<Content> read() const;
 
     // One atomic replacement, for this user alone. Throws platform::FileError, and the old file stays whole.
