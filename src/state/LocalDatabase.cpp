@@ -181,6 +181,16 @@ async::Task<std::optional<std::string>> LocalDatabase::preference(std::string ke
     co_return value;
 }
 
+async::Task<std::optional<std::string>> LocalDatabase::ownPreference(std::string key) {
+    const Statement statement = prepare(selectPreference);
+    bind(key, 1, statement.get());
+    const int result = sqlite3_step(statement.get());
+    if (result != SQLITE_ROW && result != SQLITE_DONE) {
+        throw DatabaseError(currentErrorMessage(), selectPreference);
+    }
+    co_return result == SQLITE_ROW ? std::optional(std::string(string(0, statement.get()))) : std::nullopt;
+}
+
 async::Task<> LocalDatabase::setPreference(std::string value, std::string key) {
     storePreference(value, key);
     co_return;

@@ -62,6 +62,9 @@ public:
     // The value of a preference; absent where neither this nor the older database has it. One that only the older
     // database has is stored here first, so that later changes there have no effect; where that fails it throws.
     [[nodiscard]] async::Task<std::optional<std::string>> preference(std::string key);
+    // The value that this database itself holds; absent where it holds none. Where it can't be read this throws, unlike
+    // the other reads of one value: for what must not be taken for absent.
+    [[nodiscard]] async::Task<std::optional<std::string>> ownPreference(std::string key);
     async::Task<> setPreference(std::string value, std::string key);
 
 private:

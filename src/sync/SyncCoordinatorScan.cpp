@@ -53,7 +53,7 @@ async::Task<> SyncCoordinator::readStateRows(FolderScan& scan) {
 // Settles which rows may not be taken for deleted files, and says so of each folder that holds any.
 async::Task<> SyncCoordinator::keepUnavailableFolders(FolderScan& scan) {
     const std::string key = fileSystemsKey(scan.root());
-    const std::string known = (co_await database_.preference(key)).value_or("{}");
+    const std::string known = (co_await database_.ownPreference(key)).value_or("{}");
     scan.unavailable.emplace(scan.root(), scan.found(), readFileSystemIdentities(known), scan.rows().gone());
     const std::string identities = writeFileSystemIdentities(scan.unavailable->identities());
     if (identities != known) {
