@@ -76,6 +76,7 @@ int runWithoutWindow(int argc, char** argv, veskline::QuitSignals& signals) {
 
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file at the limit of its size is a failure of its write
     veskline::QuitSignals signals;
     return veskline::hasDisplay() ? runWithWindow(argc, argv, signals) : runWithoutWindow(argc, argv, signals);
 }
