@@ -18,6 +18,9 @@ using agent_stand::AgentStand;
 using agent_stand::Machine;
 using agent_stand::Program;
 
+// The line that closes a scan.
+std::string summaryOf(std::size_t uploaded, std::size_t skipped, std::size_t deleted, std::size_t failed);
+
 // The built agent on a stand of the case's own.
 class AgentFixture : public ::testing::Test {
 protected:
@@ -53,6 +56,24 @@ protected:
     const std::string& root = stand.root;
     local_project::LocalProject& project = stand.project;
     Program::Environment& environment = stand.environment;
+};
+
+// With three hosted files, `a.txt`, `kept.txt` and `sub/b.txt`, and a queue that holds another user's upload.
+class SettledAgent : public AgentFixture {
+protected:
+    SettledAgent();
+
+    // Both sides and the state between them agree, and the other user's upload waits as it did.
+    void expectAllWell();
+
+    // Of a start, however it ends. Then the agent is asked to end, and does so well.
+    static void endAfterTheStart(Program& agent);
+    // That the agent logged a line like this one: a glob, with ROOT for the folder of documents and STATE for that of
+    // the state.
+    void expectTold(const Program& agent, std::string line) const;
+
+    // The next start has something to write: the stored folders are the same by another text.
+    void changeThePreferences() const;
 };
 
 } // namespace veskline::testing

@@ -101,11 +101,6 @@ protected:
         return line;
     }
 
-    static std::string summary(std::size_t uploaded, std::size_t skipped, std::size_t deleted, std::size_t failed) {
-        return "Summary: uploaded " + std::to_string(uploaded) + ", skipped " + std::to_string(skipped) + ", deleted " +
-               std::to_string(deleted) + ", failed " + std::to_string(failed) + ".";
-    }
-
     void runAtAScan(const WireFault& fault, const std::string& cell) {
         const std::string path = prepare(cell);
         addFault(fault.description);
@@ -120,11 +115,12 @@ protected:
         const std::size_t others = disk().size() - (isDeletion ? 0 : 1);
         EXPECT_TRUE(reads(told(*agent, path), fault.words));
         EXPECT_EQ(summaryLine,
-                  isDeletion ? summary(0, others, 1 - failed, failed) : summary(1 - failed, others, 0, failed));
+                  isDeletion ? summaryOf(0, others, 1 - failed, failed) : summaryOf(1 - failed, others, 0, failed));
         if (GetParam().scene == Scene::refresh && isCarriedOut(fault.description)) {
             setUp(); // a refresh token is good once, and the answer with the next one was lost
         }
-        EXPECT_EQ(syncOnce(), isDeletion ? summary(0, others, failed, 0) : summary(failed, others + 1 - failed, 0, 0));
+        EXPECT_EQ(syncOnce(),
+                  isDeletion ? summaryOf(0, others, failed, 0) : summaryOf(failed, others + 1 - failed, 0, 0));
         EXPECT_EQ(hosted(), disk());
         EXPECT_EQ(stand.remembered(), disk());
         const std::string left = folder.read("state/retry-queue.json");
@@ -172,7 +168,7 @@ protected:
         EXPECT_EQ(folder.has("state/session.json"), fault.words.empty());
         project.faults().clear();
         setUp();
-        EXPECT_EQ(syncOnce(), summary(0, 1, 0, 0));
+        EXPECT_EQ(syncOnce(), summaryOf(0, 1, 0, 0));
     }
 
     Machine machine;

@@ -85,7 +85,7 @@ Documents::Change Documents::change() {
     for (std::size_t i = 0; i < fresh; ++i) {
         write(names_.emplace_back(freshName()));
     }
-    return {.uploads = moved + changed + fresh, .removals = removed + moved};
+    return {.uploads = moved + changed + fresh, .removals = removed + moved, .files = names_.size()};
 }
 
 } // namespace kills

@@ -24,6 +24,7 @@ public:
     struct Change {
         std::size_t uploads = 0;  // files that are new or changed; at least `fewestUploads`
         std::size_t removals = 0; // files that are gone or lie elsewhere; at least one
+        std::size_t files = 0;    // that are there
     };
     static constexpr std::size_t fewestUploads = 3;
 

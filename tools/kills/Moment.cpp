@@ -63,10 +63,10 @@ private:
         moments_.push_back({.name = "at random: a file",
                             .line = fmt::format("Scanned: {}", 1 + below(change_.uploads, random_)),
                             .delay = delay(3'000)});
-        moments_.push_back({.name = "at random: the deletions and after", .line = lastFile(), .delay = delay(30'000)});
+        moments_.push_back({.name = "at random: the deletions and after",
+                            .line = fmt::format("Scanned: {}", change_.files),
+                            .delay = delay(20'000)});
     }
-    // Whatever their number: the first of the lines behind the upload pass that always comes.
-    [[nodiscard]] static std::string lastFile() { return "Summary: "; }
 
     std::chrono::microseconds delay(std::uint64_t most) { return std::chrono::microseconds(below(most, random_)); }
 
