@@ -24,9 +24,10 @@ QuitSignals::~QuitSignals() {
     close(descriptor_);
 }
 
+// QCoreApplication::quit() would ask the window first, which may go behind its icon instead.
 void QuitSignals::quitApplication() {
     notifier_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
-    QObject::connect(notifier_.get(), &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, [] { QCoreApplication::exit(); });
 }
 
 } // namespace veskline

@@ -1,3 +1,5 @@
+#include "app/AgentPlace.h"
+#include "app/CommandLine.h"
 #include "app/ConsoleLog.h"
 #include "app/Display.h"
 #include "app/Process.h"
@@ -5,16 +7,27 @@
 #include "app/VesklineNativeApp.h"
 #include "interface/DesktopWindow.h"
 #include "platform/async/Spawn.h"
+#include "platform/files/FileError.h"
+#include "state/AppPaths.h"
 
 #include <QGuiApplication>
 #include <QQuickWindow>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
+#include <string>
+
+using veskline::AgentPlace;
+using veskline::CommandLine;
 
 namespace {
+
+// An agent that is quitting ends within two seconds.
+constexpr std::chrono::seconds patience{5};
 
 void printFailure(const veskline::VesklineNativeApp& app) {
     for (const std::string& line : app.failureContent()) {
@@ -38,7 +51,7 @@ void show(const veskline::VesklineNativeApp& app, veskline::DesktopWindow& windo
     app.appDelegate().applicationDidFinishLaunching(*window.window());
 }
 
-int runWithWindow(int argc, char** argv, veskline::QuitSignals& signals) {
+int runWithWindow(int argc, char** argv, veskline::QuitSignals& signals, AgentPlace* place) {
     veskline::endWithoutReachableDisplay();
     veskline::DesktopWindow::prepareApplication();
     const QGuiApplication application(argc, argv);
@@ -50,33 +63,77 @@ int runWithWindow(int argc, char** argv, veskline::QuitSignals& signals) {
         show(app, window);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "Veskline can't start. %s\n", error.what());
-        return EXIT_FAILURE;
+        return CommandLine::failed;
+    }
+    if (place != nullptr) {
+        place->onLaterStart([&window] {
+            window.bringToFront();
+            return true;
+        });
     }
     QGuiApplication::exec();
-    leave(process, app.model() ? EXIT_SUCCESS : EXIT_FAILURE);
+    leave(process, app.model() ? CommandLine::ended : CommandLine::failed);
 }
 
-int runWithoutWindow(int argc, char** argv, veskline::QuitSignals& signals) {
+int runWithoutWindow(int argc, char** argv, veskline::QuitSignals& signals, AgentPlace* place) {
     const QCoreApplication application(argc, argv);
     signals.quitApplication();
     veskline::Process process;
     const veskline::VesklineNativeApp app(process.surroundings());
     if (!app.model()) {
         printFailure(app);
-        return EXIT_FAILURE;
+        return CommandLine::failed;
+    }
+    if (place != nullptr) {
+        place->onLaterStart([] { return false; });
     }
     veskline::writeLogToStandardOutput(*app.model());
     const async::TaskHandle bootstrap =
         async::spawn(process.surroundings().main, [model = app.model()] { return model->bootstrap(); });
     QCoreApplication::exec();
-    leave(process, EXIT_SUCCESS);
+    leave(process, CommandLine::ended);
+}
+
+// The place of this agent; none where the state folder can't be made and each store falls back to a file of its own.
+std::unique_ptr<AgentPlace> openPlace(std::string& stateFolder) {
+    try {
+        stateFolder = veskline::AppPaths::stateDirectory();
+        return std::make_unique<AgentPlace>(stateFolder);
+    } catch (const platform::FileError&) {
+        return nullptr;
+    }
+}
+
+int leaveToAnother(AgentPlace::Holder holder, const std::string& stateFolder) {
+    const bool isSilent = holder == AgentPlace::Holder::anotherThatIsSilent;
+    const char* const words = isSilent                                                  ? "but does not answer"
+                              : holder == AgentPlace::Holder::anotherThatShowsItsWindow ? "and shows its window"
+                                                                                        : "without a window";
+    std::fprintf(stderr, "Veskline already runs on %s, %s.\n", veskline::onOneLine(stateFolder).c_str(), words);
+    return isSilent ? CommandLine::failed : CommandLine::ended;
+}
+
+int run(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file at the limit of its size is a failure of its write
+    veskline::QuitSignals signals;
+    std::string stateFolder;
+    const std::unique_ptr<AgentPlace> place = openPlace(stateFolder);
+    const AgentPlace::Holder holder = place ? place->settle(patience) : AgentPlace::Holder::thisProcess;
+    if (holder != AgentPlace::Holder::thisProcess) {
+        return leaveToAnother(holder, stateFolder);
+    }
+    return veskline::hasDisplay() ? runWithWindow(argc, argv, signals, place.get())
+                                  : runWithoutWindow(argc, argv, signals, place.get());
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN); // a file at the limit of its size is a failure of its write
-    veskline::QuitSignals signals;
-    return veskline::hasDisplay() ? runWithWindow(argc, argv, signals) : runWithoutWindow(argc, argv, signals);
+    const CommandLine command = CommandLine::parse({argv, static_cast<std::size_t>(argc)});
+    if (command.isRun) {
+        return run(argc, argv);
+    }
+    std::fputs(command.text.c_str(), command.exitCode == CommandLine::misused ? stderr : stdout);
+    return command.exitCode;
 }

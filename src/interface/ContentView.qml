@@ -1,3 +1,4 @@
+import QtQml
 import QtQuick
 import QtQuick.Window
 import Veskline.Adapter
@@ -13,7 +14,28 @@ Item {
 
     readonly property var selectedDestination: DesktopDestination.named(windowState.selectedDestinationRawValue)
 
+    function open(destination: var) {
+        windowState.selectedDestinationRawValue = destination.rawValue
+    }
+
     Component.onCompleted: model.bootstrap()
+
+    Instantiator {
+        model: DesktopDestination.allCases
+        delegate: Shortcut {
+            required property var modelData
+            required property int index
+
+            sequence: `Ctrl+${index + 1}`
+            enabled: !root.model.isConfirmationPending
+            onActivated: root.open(modelData)
+        }
+    }
+    Shortcut {
+        sequence: "F5"
+        enabled: root.model.isSignedIn
+        onActivated: root.model.refreshStatus()
+    }
 
     PaperBackground {
         anchors.fill: parent
@@ -26,7 +48,7 @@ Item {
         height: root.height
         model: root.model
         selection: root.selectedDestination
-        onSelected: destination => root.windowState.selectedDestinationRawValue = destination.rawValue
+        onSelected: destination => root.open(destination)
     }
     Rectangle {
         id: divider

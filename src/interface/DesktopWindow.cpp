@@ -6,6 +6,7 @@
 
 #include <QDesktopServices>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQmlError>
 #include <QQuickWindow>
@@ -27,15 +28,17 @@ class DesktopWindow::Content {
 public:
     explicit Content(const QString& statePath) : state(statePath) {
         engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+        QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/qt/qml/Veskline/Drawing/icons/veskline.svg")));
     }
 
     void load(const QVariantMap& properties) {
         QString reason;
-        QObject::connect(&engine, &QQmlEngine::warnings, &engine,
-                         [&reason](const QList<QQmlError>& errors) { reason = errors.last().toString(); });
+        const QMetaObject::Connection listening =
+            QObject::connect(&engine, &QQmlEngine::warnings, &engine,
+                             [&reason](const QList<QQmlError>& errors) { reason = errors.last().toString(); });
         engine.setInitialProperties(properties);
         engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Veskline/Interface/MainWindow.qml")));
-        engine.disconnect();
+        QObject::disconnect(listening);
         if (engine.rootObjects().isEmpty()) {
             throw std::runtime_error("Its window can't be built: " + reason.toStdString());
         }
@@ -83,6 +86,10 @@ void DesktopWindow::showFailure(const std::vector<std::string>& lines) {
         shown += QString::fromStdString(line);
     }
     content_->load({{QStringLiteral("failureLines"), shown}, {QStringLiteral("visible"), true}});
+}
+
+void DesktopWindow::bringToFront() {
+    QMetaObject::invokeMethod(window(), "bringToFront");
 }
 
 QQuickWindow* DesktopWindow::window() const {

@@ -37,6 +37,10 @@ public:
     // Why there is no model, in three lines. Nothing else ever runs.
     void showFailure(const std::vector<std::string>& lines);
 
+    // Shows the window over those of other programs, also where it was closed to its icon or minimised. Where the
+    // desktop doesn't let a program do so, the window asks for attention. Once it was shown.
+    void bringToFront();
+
     // Null before it is shown.
     [[nodiscard]] QQuickWindow* window() const;
 

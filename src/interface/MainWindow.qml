@@ -3,7 +3,8 @@ import QtQuick.Window
 import Veskline.Adapter
 import Veskline.SharedViews
 
-// The one window: the interface over a model, or why there is none.
+// The one window: the interface over a model, or why there is none. Where the desktop shows status icons, the interface
+// is closed to one of them and goes on behind it.
 Window {
     id: root
     property DesktopModelAdapter model: null
@@ -18,6 +19,47 @@ Window {
     title: "Veskline"
     color: DesktopPalette.page
 
+    function bringToFront() {
+        if (visibility === Window.Minimized) {
+            showNormal()
+        } else {
+            show()
+        }
+        raise()
+        requestActivate()
+    }
+
+    onClosing: close => {
+        if (model && !statusIcon.item) {
+            statusIcon.setSource("StatusIcon.qml", { model: model })
+        }
+        if (statusIcon.item?.available) {
+            close.accepted = false
+            hide()
+        }
+    }
+
+    Shortcut {
+        sequence: "Ctrl+Q" // Qt.quit() would ask the window, which goes behind its icon instead
+        onActivated: Qt.exit(0)
+    }
+    // Loaded by its name when the window is first closed: until then it costs nothing and needs no module of Qt, and the
+    // desktop's panel has had its time.
+    Loader {
+        id: statusIcon
+    }
+    Binding {
+        target: statusIcon.item
+        property: "visible"
+        value: !root.visible
+    }
+    Connections {
+        target: statusIcon.item
+
+        function onOpened() {
+            root.bringToFront()
+        }
+    }
     Loader {
         anchors.fill: parent
         focus: true

@@ -222,10 +222,18 @@ def run_without_configuration(desktop, veskline):
     window.close(1)
 
 
-signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended from outside"))
-with tempfile.TemporaryDirectory(prefix="veskline-window-") as name, Desktop(pathlib.Path(name)) as desktop:
-    desktop.begin()
-    os.environ |= desktop.environment
-    import pyatspi  # finds the bus by the environment that it is loaded in
-    run_to_running(desktop, sys.argv[1], sys.argv[2])
-    run_without_configuration(desktop, sys.argv[1])
+def main(*runs):
+    """Each of the runs on one desktop."""
+    global pyatspi
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended from outside"))
+    with tempfile.TemporaryDirectory(prefix="veskline-window-") as name, Desktop(pathlib.Path(name)) as desktop:
+        desktop.begin()
+        os.environ |= desktop.environment
+        import pyatspi  # finds the bus by the environment that it is loaded in
+        for run in runs:
+            run(desktop)
+
+
+if __name__ == "__main__":
+    main(lambda desktop: run_to_running(desktop, sys.argv[1], sys.argv[2]),
+         lambda desktop: run_without_configuration(desktop, sys.argv[1]))

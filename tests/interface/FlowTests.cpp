@@ -130,6 +130,30 @@ TEST_F(Flow, ComesBackToTheScreenThatWasLeft) {
     EXPECT_EQ(settings.value("desktop.destination"), "tomorrow");
 }
 
+TEST_F(Flow, IsSteeredByKeys) {
+    launchSignedIn();
+    const auto isOpen = [&](const char* screenName) {
+        const QQuickItem* const item = screen.find(QAccessible::RadioButton, screenName);
+        return item != nullptr && item->property("checked").toBool();
+    };
+    const std::pair<Qt::Key, const char*> rows[] = {
+        {Qt::Key_3, "Activity"}, {Qt::Key_2, "Sync setup"}, {Qt::Key_1, "Control center"}, {Qt::Key_2, "Sync setup"}};
+    for (const auto& [key, screenName] : rows) {
+        screen.key(key, Qt::ControlModifier);
+        EXPECT_TRUE(isOpen(screenName)) << screenName;
+    }
+    stage.run(&DesktopAppModel::refreshStatus);
+    stage.project().journal().clear();
+    screen.key(Qt::Key_F5);
+    stage.until("the refreshed status", [&] { return stage.project().journal().entries().size() == 6; });
+
+    chooseFolder();
+    screen.press("Use Home");
+    stage.until("the alert", [&] { return screen.find(QAccessible::Button, "Cancel") != nullptr; });
+    screen.key(Qt::Key_3, Qt::ControlModifier);
+    EXPECT_TRUE(isOpen("Sync setup")) << "below an open question";
+}
+
 TEST_F(Flow, ShowsWhyItCanNotStart) {
     ::unsetenv("SUPABASE_URL");
     const VesklineNativeApp app(stage.surroundings());

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QSocketNotifier>
+
+#include <sys/un.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace veskline {
+
+// The place of the one agent that works on a state folder. Whoever takes it is that agent to the end of the process,
+// however that ends; a later start asks it to show its window instead.
+//
+// The place is a lock on the folder itself (flock(2)), and a socket that is named after the folder in the kernel's
+// abstract namespace (unix(7)): neither leaves a file behind. On a file system that knows no locks every agent takes
+// the place.
+//
+// Made on the main thread before anything works on the folder.
+class AgentPlace {
+public:
+    enum class Holder {
+        thisProcess,
+        anotherThatShowsItsWindow,
+        anotherWithoutWindow,
+        anotherThatIsSilent, // it neither answers nor ends
+    };
+
+    // Opens the folder. Throws platform::FileError where that can't be done.
+    explicit AgentPlace(const std::string& stateFolder);
+    ~AgentPlace();
+    AgentPlace(const AgentPlace&) = delete;
+    AgentPlace& operator=(const AgentPlace&) = delete;
+
+    // Takes the place, or asks its holder to show its window. A holder that is about to end is waited for, `patience`
+    // at most.
+    [[nodiscard]] Holder settle(std::chrono::milliseconds patience);
+
+    // Answers later starts of this user from here on, in the event loop: `showWindow` shows the window and says whether
+    // there is one. A start that came since the place was taken is answered first.
+    void onLaterStart(std::function<bool()> showWindow);
+
+private:
+    [[nodiscard]] bool take();
+    void listen();
+    [[nodiscard]] Holder ask(std::chrono::milliseconds patience) const;
+    void answer(const std::function<bool()>& showWindow) const;
+
+    int folder_;
+    int socket_ = -1;
+    sockaddr_un name_{};
+    socklen_t nameLength_ = 0;
+    std::unique_ptr<QSocketNotifier> notifier_;
+};
+
+} // namespace veskline

@@ -1,0 +1,53 @@
+#include "app/CommandLine.h"
+
+#include <fmt/format.h>
+
+#include <string_view>
+
+namespace veskline {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(Veskline keeps your documents uploaded to your hosted project, where they become searchable.
+
+Usage: veskline [--help | --version]
+
+Without a display it runs without its window and logs to standard output. While it runs,
+another start for the same state folder shows the window of the first and ends.
+
+Variables:
+  SUPABASE_URL, SUPABASE_ANON_KEY, DASHBOARD_URL
+                           the hosted project; else the file public-config.json names it
+  SUPABASE_BUCKET          its bucket of documents ("files")
+  VESK_MAX_UPLOAD_BYTES    the largest document that is uploaded
+  VESK_STATE_DIR           the folder of session, queue and state
+
+Exit codes:
+  0  it ended as it was asked to, or another agent runs already
+  1  it could not start or go on; standard error says why
+  2  the command line is wrong
+
+More in veskline(1).
+)";
+
+} // namespace
+
+CommandLine CommandLine::parse(std::span<char* const> arguments) {
+    if (arguments.size() < 2) {
+        return {.isRun = true, .text = {}};
+    }
+    const std::string_view word = arguments[1];
+    const bool isAlone = arguments.size() == 2;
+    if (word == "--help" && isAlone) {
+        return {.text = std::string(help)};
+    }
+    if (word == "--version" && isAlone) {
+        return {.text = "veskline " VESKLINE_VERSION "\n"};
+    }
+    return {.text = fmt::format("veskline: \"{}\" is not understood. There are --help and --version alone.\n",
+                                isAlone ? word : arguments[2]),
+            .exitCode = misused};
+}
+
+} // namespace veskline

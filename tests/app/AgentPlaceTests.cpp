@@ -1,0 +1,82 @@
+#include "app/AgentPlace.h"
+
+#include "platform/files/FileError.h"
+#include "support/TemporaryFolder.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <optional>
+
+using namespace std::chrono_literals;
+
+namespace veskline::testing {
+
+namespace {
+
+using Holder = AgentPlace::Holder;
+
+class AgentPlaceOfOneFolder : public ::testing::Test {
+protected:
+    // What a later start finds, while the first one's event loop runs.
+    Holder laterStart(std::chrono::milliseconds patience) {
+        std::future<Holder> holder = std::async(std::launch::async, [this, patience] {
+            AgentPlace later(folder.string());
+            return later.settle(patience);
+        });
+        while (holder.wait_for(1ms) == std::future_status::timeout) {
+            QCoreApplication::processEvents();
+        }
+        return holder.get();
+    }
+
+    int argc = 0;
+    QCoreApplication application{argc, nullptr};
+    TemporaryFolder folder;
+    std::optional<AgentPlace> first{std::in_place, folder.string()};
+};
+
+} // namespace
+
+TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAndAsksItsHolderForItsWindow) {
+    ASSERT_EQ(first->settle(0ms), Holder::thisProcess);
+    EXPECT_EQ(laterStart(60ms), Holder::anotherThatIsSilent) << "before its event loop answers";
+    int starts = 0;
+    bool hasWindow = true;
+    first->onLaterStart([&] { return ++starts > 0 && hasWindow; });
+    while (starts == 0) {
+        QCoreApplication::processEvents(); // the start that came too early is answered first, though it has gone
+    }
+    const int early = starts;
+    EXPECT_EQ(laterStart(10s), Holder::anotherThatShowsItsWindow);
+    hasWindow = false;
+    EXPECT_EQ(laterStart(10s), Holder::anotherWithoutWindow);
+    EXPECT_EQ(starts, early + 2);
+
+    TemporaryFolder other;
+    EXPECT_EQ(AgentPlace(other.string()).settle(0ms), Holder::thisProcess) << "each folder has a place of its own";
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "nothing is left behind";
+}
+
+TEST_F(AgentPlaceOfOneFolder, IsFreeAsSoonAsItsHolderHasEnded) {
+    ASSERT_EQ(first->settle(0ms), Holder::thisProcess);
+    std::future<Holder> later =
+        std::async(std::launch::async, [this] { return AgentPlace(folder.string()).settle(10s); });
+    EXPECT_EQ(later.wait_for(50ms), std::future_status::timeout) << "it waits for an answer";
+    first.reset();
+    EXPECT_EQ(later.get(), Holder::thisProcess);
+}
+
+TEST_F(AgentPlaceOfOneFolder, SaysWhichFolderCannotBeOpened) {
+    try {
+        const AgentPlace place(folder.at("missing"));
+        FAIL() << "it was opened";
+    } catch (const platform::FileError& error) {
+        EXPECT_EQ(std::string(error.what()),
+                  "The file \"" + folder.at("missing") + "\" could not be opened: No such file or directory");
+    }
+}
+
+} // namespace veskline::testing

@@ -1,0 +1,62 @@
+#include "app/AgentPlace.h"
+#include "endtoend/Program.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+using namespace std::chrono_literals;
+
+namespace veskline::testing {
+
+TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
+    struct Row {
+        std::vector<std::string> words;
+        int code;
+        std::string output; // how it begins
+        std::string errors;
+    };
+    const Row rows[] = {
+        {{"--help"}, 0, "Veskline keeps your documents uploaded", ""},
+        {{"--version"}, 0, "veskline " VESKLINE_VERSION, ""},
+        {{"--platform"}, 2, "", "veskline: \"--platform\" is not understood. There are --help and --version alone.\n"},
+        {{"--help", "me"}, 2, "", "veskline: \"me\" is not understood. There are --help and --version alone.\n"},
+        {{""}, 2, "", "veskline: \"\" is not understood. There are --help and --version alone.\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.words.back());
+        veskline::testing::Program program("veskline", row.words, {});
+        EXPECT_EQ(program.wait(), row.code);
+        EXPECT_TRUE(program.output().empty() ? row.output.empty() : program.output().front().starts_with(row.output));
+        EXPECT_EQ(program.errors(), row.errors);
+    }
+}
+
+TEST(Program, LeavesTheStateFolderToTheAgentThatWorksOnIt) {
+    TemporaryFolder folder;
+    const std::string state = folder.makeFolder("state");
+    const Program::Environment environment{{"HOME", folder.string()},
+                                           {"VESK_STATE_DIR", state},
+                                           {"SUPABASE_URL", "http://127.0.0.1:9"},
+                                           {"SUPABASE_ANON_KEY", "key"},
+                                           {"DASHBOARD_URL", "http://127.0.0.1:9"}};
+    const auto holder = [&] {
+        AgentPlace::Holder found{};
+        do {
+            found = AgentPlace(state).settle(100s);
+        } while (found == AgentPlace::Holder::thisProcess); // the agent was not there yet, and waits for us
+        return found;
+    };
+    for (const int number : {SIGKILL, SIGTERM}) {
+        veskline::testing::Program first("veskline", {}, environment);
+        EXPECT_EQ(holder(), AgentPlace::Holder::anotherWithoutWindow);
+        veskline::testing::Program second("veskline", {}, environment);
+        EXPECT_EQ(second.wait(), 0);
+        EXPECT_EQ(second.errors(), "Veskline already runs on " + state + ", without a window.\n");
+        first.signal(number);
+        EXPECT_EQ(first.wait(), number == SIGTERM ? 0 : -SIGKILL);
+    }
+}
+
+} // namespace veskline::testing
