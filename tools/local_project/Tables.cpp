@@ -104,6 +104,21 @@ std::string mergeClause(const Table& table, const Query& query, const json& row)
                        fmt::join(updates, ", "), table.name);
 }
 
+// One row as itself, where that was asked for.
+Response inAskedForm(const Request& request, Response response) {
+    constexpr const char* oneObject = "application/vnd.pgrst.object+json";
+    if (response.body.empty() || request.head.header("accept").find(oneObject) == std::string::npos) {
+        return response;
+    }
+    const json rows = json::parse(response.body);
+    if (rows.size() != 1) {
+        throw RequestError{refusal(406, "PGRST116", fmt::format("the result contains {} rows", rows.size()))};
+    }
+    response.body = textOf(rows[0]);
+    response.contentType = oneObject;
+    return response;
+}
+
 Response constraintRefusal(const DatabaseError& error) {
     switch (error.constraint()) {
     case Constraint::unique:
@@ -139,13 +154,14 @@ Response Tables::answer(const Request& request, const User& user) {
     try {
         const Table& table = tableOf(request.path);
         if (request.head.method == "GET" || request.head.method == "HEAD") {
-            return read(table, request, user);
+            return inAskedForm(request, read(table, request, user));
         }
         if (request.head.method != "POST" && request.head.method != "PATCH") {
             return refusal(405, "bad_method", "rows are read by GET, added by POST and changed by PATCH");
         }
         Response response = database_.inTransaction([&] {
-            return request.head.method == "POST" ? insert(table, request, user) : update(table, request, user);
+            return inAskedForm(request, request.head.method == "POST" ? insert(table, request, user)
+                                                                      : update(table, request, user));
         });
         if (table.name == "jobs") {
             jobsChanged_();
