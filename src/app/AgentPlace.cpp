@@ -44,6 +44,9 @@ const sockaddr* asAddress(const sockaddr_un& name) {
 
 AgentPlace::AgentPlace(const std::string& stateFolder)
     : folder_(open(stateFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (folder_ < 0 && errno == EACCES) { // one may work in a folder that one may not list
+        folder_ = open(stateFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }
     struct stat status{};
     if (folder_ < 0 || fstat(folder_, &status) != 0) {
         const int number = errno;
@@ -86,11 +89,17 @@ void AgentPlace::onLaterStart(std::function<bool()> showWindow) {
 }
 
 bool AgentPlace::take() {
-    if (flock(folder_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    const bool isLocked = flock(folder_, LOCK_EX | LOCK_NB) == 0;
+    if (!isLocked && errno == EWOULDBLOCK) {
         return false;
     }
     listen();
-    return true;
+    if (isLocked || socket_ >= 0) {
+        return true;
+    }
+    const int holder = connectToHolder();
+    close(holder);
+    return holder < 0; // the name is another user's, who can't keep this one from starting
 }
 
 // Without a socket, whose name another user may have taken, later starts end all the same, only with other words.
@@ -101,10 +110,20 @@ void AgentPlace::listen() {
     }
 }
 
-AgentPlace::Holder AgentPlace::ask(milliseconds patience) const {
+// Negative where nobody of this user's listens.
+int AgentPlace::connectToHolder() const {
     const int socket = newSocket(0);
-    char answer = 0;
     if (connect(socket, asAddress(name_), nameLength_) == 0 && isOfThisUser(socket)) {
+        return socket;
+    }
+    close(socket);
+    return -1;
+}
+
+AgentPlace::Holder AgentPlace::ask(milliseconds patience) const {
+    const int socket = connectToHolder();
+    char answer = 0;
+    if (socket >= 0) {
         pollfd readable{.fd = socket, .events = POLLIN, .revents = 0};
         if (poll(&readable, 1, static_cast<int>(patience.count())) == 1 && recv(socket, &answer, 1, 0) != 1) {
             answer = 0; // it ended before it answered

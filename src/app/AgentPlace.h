@@ -15,8 +15,8 @@ namespace veskline {
 // however that ends; a later start asks it to show its window instead.
 //
 // The place is a lock on the folder itself (flock(2)), and a socket that is named after the folder in the kernel's
-// abstract namespace (unix(7)): neither leaves a file behind. On a file system that knows no locks every agent takes
-// the place.
+// abstract namespace (unix(7)): neither leaves a file behind. Where the folder knows no locks (some network file
+// systems don't lock folders), the name alone stands for the place, among the agents of one machine.
 //
 // Made on the main thread before anything works on the folder.
 class AgentPlace {
@@ -45,6 +45,7 @@ public:
 private:
     [[nodiscard]] bool take();
     void listen();
+    [[nodiscard]] int connectToHolder() const;
     [[nodiscard]] Holder ask(std::chrono::milliseconds patience) const;
     void answer(const std::function<bool()>& showWindow) const;
 

@@ -2,6 +2,7 @@
 
 #include "platform/files/FileError.h"
 #include "support/TemporaryFolder.h"
+#include "support/Unprivileged.h"
 
 #include <QCoreApplication>
 
@@ -67,6 +68,18 @@ TEST_F(AgentPlaceOfOneFolder, IsFreeAsSoonAsItsHolderHasEnded) {
     EXPECT_EQ(later.wait_for(50ms), std::future_status::timeout) << "it waits for an answer";
     first.reset();
     EXPECT_EQ(later.get(), Holder::thisProcess);
+}
+
+TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAlsoWhereTheFolderCanNotBeLocked) {
+    std::filesystem::permissions(folder.path(),
+                                 std::filesystem::perms::owner_write | std::filesystem::perms::owner_exec);
+    const Unprivileged user(folder.path());
+    first.emplace(folder.string());
+    ASSERT_EQ(first->settle(0ms), Holder::thisProcess);
+    first->onLaterStart([] { return true; });
+    EXPECT_EQ(laterStart(10s), Holder::anotherThatShowsItsWindow);
+    first.reset();
+    EXPECT_EQ(laterStart(0ms), Holder::thisProcess);
 }
 
 TEST_F(AgentPlaceOfOneFolder, SaysWhichFolderCannotBeOpened) {
