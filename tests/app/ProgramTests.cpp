@@ -1,5 +1,5 @@
 #include "app/AgentPlace.h"
-#include "endtoend/Program.h"
+#include "agent_stand/Program.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.words.back());
-        veskline::testing::Program program("veskline", row.words, {});
+        agent_stand::Program program("veskline", row.words, {});
         EXPECT_EQ(program.wait(), row.code);
         EXPECT_TRUE(program.output().empty() ? row.output.empty() : program.output().front().starts_with(row.output));
         EXPECT_EQ(program.errors(), row.errors);
@@ -36,7 +36,7 @@ TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
 TEST(Program, LeavesTheStateFolderToTheAgentThatWorksOnIt) {
     TemporaryFolder folder;
     const std::string state = folder.makeFolder("state");
-    const Program::Environment environment{{"HOME", folder.string()},
+    const agent_stand::Program::Environment environment{{"HOME", folder.string()},
                                            {"VESK_STATE_DIR", state},
                                            {"SUPABASE_URL", "http://127.0.0.1:9"},
                                            {"SUPABASE_ANON_KEY", "key"},
@@ -49,9 +49,9 @@ TEST(Program, LeavesTheStateFolderToTheAgentThatWorksOnIt) {
         return found;
     };
     for (const int number : {SIGKILL, SIGTERM}) {
-        veskline::testing::Program first("veskline", {}, environment);
+        agent_stand::Program first("veskline", {}, environment);
         EXPECT_EQ(holder(), AgentPlace::Holder::anotherWithoutWindow);
-        veskline::testing::Program second("veskline", {}, environment);
+        agent_stand::Program second("veskline", {}, environment);
         EXPECT_EQ(second.wait(), 0);
         EXPECT_EQ(second.errors(), "Veskline already runs on " + state + ", without a window.\n");
         first.signal(number);

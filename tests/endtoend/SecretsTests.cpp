@@ -52,7 +52,7 @@ TEST_F(Secrets, AreKeptInTheSessionFileAlone) {
         EXPECT_EQ(end(*agent), 0);
         project.faults().clear();
         const std::string seen = traces(*agent);
-        for (const json& secret : {session.at("access_token"), session.at("refresh_token"), json(password)}) {
+        for (const json& secret : {session.at("access_token"), session.at("refresh_token"), json(stand.password)}) {
             EXPECT_FALSE(seen.contains(secret.get<std::string>())) << seen;
         }
         session = json::parse(folder.read("state/session.json"));
