@@ -108,6 +108,7 @@ TEST_F(StatusTexts, EstimateTheEndOfAScan) {
         {{10, 7, true, now - 10s}, "5s"},           // rounded up
         {{10, 10, true, now - 10s}, "0s"},          // still active
         {{6, 2, true, now - 1ms}, "2s"},            // took a second at least
+        {{10, 2, true, now + 1h}, "4s"},            // also where the clock was set back
         {{20000, 1000, true, now - 10min}, "3h 10m"},
     };
     for (const auto& [progress, expected] : rows) {
