@@ -45,8 +45,10 @@ void SettledAgent::expectAllWell() {
 }
 
 void SettledAgent::endAfterTheStart(Program& agent) {
+    const auto last = std::chrono::steady_clock::now() + Program::patience;
     while (!agent.waitForLine("Initial scan complete", 1, 10ms) && !agent.waitForLine("Auto-start failed: ", 1, 0ms)) {
         ASSERT_FALSE(agent.isOutputOver()) << agent.wait() << agent.errors();
+        ASSERT_LT(std::chrono::steady_clock::now(), last) << ::testing::PrintToString(agent.output());
     }
     EXPECT_EQ(end(agent), 0);
     EXPECT_EQ(agent.errors(), "");

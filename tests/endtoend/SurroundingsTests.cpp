@@ -5,10 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <optional>
 
@@ -42,19 +40,6 @@ protected:
         deed();
         project.faults().release();
         return agent;
-    }
-
-    // A page of the database, counted from 1, is nonsense from now on.
-    void breakPageOf(const char* table) {
-        std::string page;
-        OtherConnection connection(database);
-        page = connection.answer("select rootpage from sqlite_master where name = '" + std::string(table) + "'");
-        connection.run("pragma user_version = 1"); // whoever holds pages in memory reads them again
-        std::fstream file(database, std::ios::binary | std::ios::in | std::ios::out);
-        constexpr std::streamoff pageBytes = 4096;
-        file.seekp((std::stoll(page) - 1) * pageBytes);
-        file << std::string(pageBytes, '\xff');
-        ASSERT_TRUE(file.flush());
     }
 
     // The folder of documents is away, and an empty one of another file system stands in its place.
@@ -141,7 +126,7 @@ TEST_F(Surroundings, MayRefuseTheDatabase) {
 }
 
 TEST_F(Surroundings, MayBreakTheRowsOfTheDatabase) {
-    breakPageOf("files");
+    stand.breakTable("files");
     write("a.txt", "second");
     const std::unique_ptr<Program> agent = start();
     endAfterTheStart(*agent);
@@ -158,7 +143,7 @@ TEST_F(Surroundings, MayBreakThePreferencesWhileAVolumeIsAway) {
     const std::string other = elsewhere();
     const Documents before = hosted();
     const std::unique_ptr<Program> agent = startAndDoAt(drainsUser, [&] {
-        breakPageOf("preferences");
+        stand.breakTable("preferences");
         moveRootAway();
         fs::create_directory_symlink(other, root);
     });

@@ -116,6 +116,11 @@ protected:
         EXPECT_TRUE(reads(told(*agent, path), fault.words));
         EXPECT_EQ(summaryLine,
                   isDeletion ? summaryOf(0, others, 1 - failed, failed) : summaryOf(1 - failed, others, 0, failed));
+        if (GetParam().scene == Scene::drain && failed == 1) {
+            const json item = json::parse(folder.read("state/retry-queue.json")).at(0);
+            EXPECT_EQ(item.at("attempts"), 1);
+            EXPECT_TRUE(reads(item.at("lastError"), fault.words));
+        }
         if (GetParam().scene == Scene::refresh && isCarriedOut(fault.description)) {
             setUp(); // a refresh token is good once, and the answer with the next one was lost
         }
@@ -132,7 +137,8 @@ protected:
         addFault(fault.description);
         const std::size_t lines = agent.output().size();
         const auto passUntil = [&](const std::function<bool()>& isReached) {
-            while (!isReached() && !agent.isOutputOver()) {
+            const auto last = std::chrono::steady_clock::now() + Program::patience;
+            while (!isReached() && !agent.isOutputOver() && std::chrono::steady_clock::now() < last) {
                 machine.advance(isPollOver() ? 20s : 2s); // less than a stall's 60 s while a request is on its way
                 static_cast<void>(agent.waitForLine("no such line", 1, 5ms));
             }

@@ -24,16 +24,6 @@ public:
             throw std::runtime_error(sqlite3_errmsg(database_));
         }
     }
-    // The first value of the first row.
-    std::string answer(const std::string& sql) {
-        std::string value;
-        const auto take = [](void* context, int, char** row, char**) {
-            *static_cast<std::string*>(context) = row[0];
-            return 1;
-        };
-        sqlite3_exec(database_, sql.c_str(), take, &value, nullptr);
-        return value;
-    }
     // Until this connection ends.
     void lock() { run("begin exclusive"); }
 

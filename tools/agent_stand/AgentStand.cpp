@@ -161,6 +161,21 @@ std::string AgentStand::integrity() const {
     return answer;
 }
 
+void AgentStand::breakTable(const std::string& name) const {
+    const std::string database = state + "/state.sqlite3";
+    std::streamoff page = 0;
+    query(database, ("select rootpage from sqlite_master where name = '" + name + "'").c_str(),
+          [&page](char** row) { page = std::stoll(row[0]); });
+    query(database, "pragma user_version = 1", [](char**) {}); // a change: all pages are read again
+    std::fstream file(database, std::ios::binary | std::ios::in | std::ios::out);
+    constexpr std::streamoff pageBytes = 4096;
+    file.seekp((page - 1) * pageBytes);
+    file << std::string(pageBytes, '\xff');
+    if (page == 0 || !file.flush()) {
+        throw std::runtime_error("could not break the table " + name);
+    }
+}
+
 std::set<std::string> AgentStand::unreadableStores() const {
     const std::array<std::pair<const char*, bool (json::*)() const noexcept>, 2> stores{
         {{"session.json", &json::is_object}, {"retry-queue.json", &json::is_array}}};

@@ -33,8 +33,8 @@ public:
     // The exit code that the agent gives to a request to end.
     static int end(Program& agent);
 
-    // Waits until the hosted side is done with every request that has come in: what a program leaves behind when it ends
-    // must not depend on how fast that is. False where the patience of Program ended before.
+    // Waits until the hosted side is done with every request that has come in: what a program leaves behind when it
+    // ends must not depend on how fast that is. False where the patience of Program ended before.
     [[nodiscard]] bool finishRequests();
 
     // What is alive on the hosted side. A row that differs from its object has words for a digest.
@@ -53,6 +53,9 @@ public:
     [[nodiscard]] std::string integrity() const;
     // The JSON stores that are there and can't be read as what they are.
     [[nodiscard]] std::set<std::string> unreadableStores() const;
+
+    // The first page of a table of the state database is nonsense from now on, also for whoever holds it in memory.
+    void breakTable(const std::string& name) const;
 
     const std::string account = "ann@example.com";
     const std::string password = "a long password";

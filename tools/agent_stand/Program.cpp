@@ -1,6 +1,7 @@
 #include "agent_stand/Program.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -18,6 +19,7 @@ namespace {
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> list;
+    list.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         list.push_back(text.data());
     }
@@ -33,8 +35,9 @@ Program::Program(const std::string& name, const std::vector<std::string>& argume
     std::vector<std::string> words{path.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables;
+    variables.reserve(environment.size());
     for (const auto& [key, value] : environment) {
-        variables.push_back(key + "=" + value);
+        variables.push_back(fmt::format("{}={}", key, value));
     }
     std::array<int, 2> ends{};
     posix_spawn_file_actions_t actions;

@@ -148,7 +148,7 @@ Outcome onEntry(const char* call, int folder, const char* name) noexcept {
         return onPath(call, name);
     }
     const int before = errno;
-    std::array<char, 2 * PATH_MAX> path;
+    std::array<char, std::size_t{2} * PATH_MAX> path;
     const std::size_t length = nameOf(folder, path.data(), PATH_MAX);
     std::snprintf(path.data() + length, path.size() - length, "/%s", name);
     errno = before;
