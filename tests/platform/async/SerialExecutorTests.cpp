@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 
 using namespace async;
 using namespace std::chrono_literals;
@@ -35,6 +36,35 @@ TEST(SerialExecutor, LetsOthersOfItsBaseHaveTheirTurnAndRunsAllAlsoWhenItIsGone)
     EXPECT_LE(busyJobs, 64);
     thread.settle();
     EXPECT_EQ(busyJobs, 1000);
+}
+
+// What a job has handed over waits for its thread: a next job in a row may not keep that thread.
+TEST(SerialExecutor, EndsItsTurnAfterAJobThatHandedOver) {
+    struct Work {
+        std::promise<void> isQueued, isDone;
+        std::future<void> queued = isQueued.get_future(), done = isDone.get_future();
+        std::future_status seen = std::future_status::timeout;
+        std::promise<void> isOver;
+        ThreadPool pool{2};
+        SerialExecutor busy{pool.executor()}, other{pool.executor()};
+    } work;
+    const auto post = [&work](const SerialExecutor& executor, void (*run)(void*) noexcept) {
+        executor.executor().post(Job{run, &work});
+    };
+    post(work.busy, [](void* context) noexcept {
+        auto& all = *static_cast<Work*>(context);
+        all.queued.wait();
+        const HandOver here;
+        all.other.executor().post(Job{[](void* self) noexcept { static_cast<Work*>(self)->isDone.set_value(); }, &all});
+    });
+    post(work.busy, [](void* context) noexcept {
+        auto& all = *static_cast<Work*>(context);
+        all.seen = all.done.wait_for(10s);
+        all.isOver.set_value();
+    });
+    work.isQueued.set_value();
+    work.isOver.get_future().wait();
+    EXPECT_EQ(work.seen, std::future_status::ready);
 }
 
 TEST(ThreadPool, ClosedDropsWhatIsQueuedAndWaitsForWhatRuns) {
