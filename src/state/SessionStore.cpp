@@ -59,6 +59,8 @@ async::Task<> SessionStore::save(StoredSession session) {
 
 async::Task<> SessionStore::clear() {
     file_.clear();
+    lastBytes_.clear();
+    lastSession_.reset();
     co_return;
 }
 

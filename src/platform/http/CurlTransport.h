@@ -26,7 +26,7 @@ struct CurlLimits {
 // stands. TLS is verified against the system's certificates; the proxy variables (curl(1), ENVIRONMENT) count.
 //
 // Time bounds a stall, not the length of a transfer. A redirect is followed as HttpRedirect.h tells. An upload reads
-// its file in small pieces, on the transport's thread; a file that shrinks meanwhile cuts the connection, since the
+// its file in small pieces, on the thread that drives; a file that shrinks meanwhile cuts the connection, since the
 // announced length can no longer be kept.
 //
 // Nothing is tried twice, with one exception: where a connection that was kept from an earlier exchange turns out to be
