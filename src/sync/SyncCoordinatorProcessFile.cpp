@@ -40,7 +40,7 @@ bool SyncCoordinator::isUnchanged(const FolderScan& scan, std::size_t index) con
     if (!scan.rows().has(index)) {
         return false;
     }
-    const auto attributes = platform::findFileAttributes(scan.files()[index].data());
+    const auto attributes = platform::findFileAttributes(scan.files().cString(index));
     return attributes && attributes->bytes <= config_.maxUploadBytes && scan.rows().has(index, *attributes);
 }
 

@@ -14,8 +14,8 @@ namespace platform {
 // Many paths in little memory: their text in one piece, and five bytes a path on top. Made for a million and more; all
 // memory goes back to the system with the list.
 //
-// Views that it gives out hold until the next `add` or the list's end; each is followed by a zero byte, so that its
-// data() is a C string. A path holds no zero byte. Moves, does not copy. Not synchronised.
+// Views that it gives out hold until the next `add` or the list's end. A path holds no zero byte. Moves, does not copy.
+// Not synchronised.
 class PathList {
 public:
     // Throws std::length_error when the text of all paths passes 4 GiB, std::bad_alloc when there is no memory.
@@ -32,7 +32,9 @@ public:
 
     [[nodiscard]] std::size_t size() const noexcept { return starts_.size(); }
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
-    [[nodiscard]] std::string_view operator[](std::size_t index) const noexcept { return &text_[starts_[index]]; }
+    [[nodiscard]] std::string_view operator[](std::size_t index) const noexcept { return cString(index); }
+    // The same for the system, which need not be told the length.
+    [[nodiscard]] const char* cString(std::size_t index) const noexcept { return &text_[starts_[index]]; }
 
     class Iterator {
     public:
