@@ -106,9 +106,12 @@ std::unique_ptr<AgentPlace> openPlace(std::string& stateFolder) {
 
 int leaveToAnother(AgentPlace::Holder holder, const std::string& stateFolder) {
     const bool isSilent = holder == AgentPlace::Holder::anotherThatIsSilent;
-    const char* const words = isSilent                                                  ? "but does not answer"
-                              : holder == AgentPlace::Holder::anotherThatShowsItsWindow ? "and shows its window"
-                                                                                        : "without a window";
+    const char* words = "without a window";
+    if (isSilent) {
+        words = "but does not answer";
+    } else if (holder == AgentPlace::Holder::anotherThatShowsItsWindow) {
+        words = "and shows its window";
+    }
     std::fprintf(stderr, "Veskline already runs on %s, %s.\n", veskline::onOneLine(stateFolder).c_str(), words);
     return isSilent ? CommandLine::failed : CommandLine::ended;
 }

@@ -81,6 +81,7 @@ def run_behind_icon(desktop, veskline):
     check(panel.items == [], "an icon beside an open window")
     item = close_to_icon(window, panel)
     check([*panel.entries(item)] == ["Open Veskline", "Quit"], f"the menu holds {panel.entries(item)}")
+    window.wait_for("the icon's picture", lambda: any(width > 0 for width, _, _ in panel.read(item, "IconPixmap")))
     tooltip = panel.read(item, "ToolTip")
     check(tooltip[2] == "Stopped", f"the tooltip is {tooltip[2:]}")
     panel.choose(item, "Open Veskline")
