@@ -1,5 +1,5 @@
-#include "app/AgentPlace.h"
 #include "agent_stand/Program.h"
+#include "app/AgentPlace.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +9,8 @@
 using namespace std::chrono_literals;
 
 namespace veskline::testing {
+
+using agent_stand::Program;
 
 TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
     struct Row {
@@ -26,7 +28,7 @@ TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.words.back());
-        agent_stand::Program program("veskline", row.words, {});
+        Program program("veskline", row.words, Program::emptyEnvironment());
         EXPECT_EQ(program.wait(), row.code);
         EXPECT_TRUE(program.output().empty() ? row.output.empty() : program.output().front().starts_with(row.output));
         EXPECT_EQ(program.errors(), row.errors);
@@ -36,11 +38,12 @@ TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
 TEST(Program, LeavesTheStateFolderToTheAgentThatWorksOnIt) {
     TemporaryFolder folder;
     const std::string state = folder.makeFolder("state");
-    const agent_stand::Program::Environment environment{{"HOME", folder.string()},
-                                           {"VESK_STATE_DIR", state},
-                                           {"SUPABASE_URL", "http://127.0.0.1:9"},
-                                           {"SUPABASE_ANON_KEY", "key"},
-                                           {"DASHBOARD_URL", "http://127.0.0.1:9"}};
+    Program::Environment environment = Program::emptyEnvironment();
+    environment.insert({{"HOME", folder.string()},
+                        {"VESK_STATE_DIR", state},
+                        {"SUPABASE_URL", "http://127.0.0.1:9"},
+                        {"SUPABASE_ANON_KEY", "key"},
+                        {"DASHBOARD_URL", "http://127.0.0.1:9"}});
     const auto holder = [&] {
         AgentPlace::Holder found{};
         do {
@@ -49,9 +52,9 @@ TEST(Program, LeavesTheStateFolderToTheAgentThatWorksOnIt) {
         return found;
     };
     for (const int number : {SIGKILL, SIGTERM}) {
-        agent_stand::Program first("veskline", {}, environment);
+        Program first("veskline", {}, environment);
         EXPECT_EQ(holder(), AgentPlace::Holder::anotherWithoutWindow);
-        agent_stand::Program second("veskline", {}, environment);
+        Program second("veskline", {}, environment);
         EXPECT_EQ(second.wait(), 0);
         EXPECT_EQ(second.errors(), "Veskline already runs on " + state + ", without a window.\n");
         first.signal(number);

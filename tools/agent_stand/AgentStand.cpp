@@ -62,11 +62,7 @@ AgentStand::AgentStand(std::filesystem::path theFolder)
                    {"VESK_STATE_DIR", state},
                    {"VESKLINE_DEMO_EMAIL", account},
                    {"VESKLINE_DEMO_PASSWORD", password}};
-    for (const char* const name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
-        if (const char* const value = std::getenv(name)) {
-            environment[name] = value;
-        }
-    }
+    environment.merge(Program::emptyEnvironment());
 }
 
 void AgentStand::setUp(const std::vector<std::string>& roots) {

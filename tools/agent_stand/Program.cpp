@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 
@@ -28,6 +29,16 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 }
 
 } // namespace
+
+Program::Environment Program::emptyEnvironment() {
+    Environment environment;
+    for (const char* const name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
+        if (const char* const value = std::getenv(name)) {
+            environment[name] = value;
+        }
+    }
+    return environment;
+}
 
 Program::Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment)
     : errors_(::memfd_create("errors", MFD_CLOEXEC)) {

@@ -21,6 +21,9 @@ public:
     // How long a test waits for what will come in a moment; only a failing test waits that long.
     static constexpr std::chrono::seconds patience{300};
 
+    // Nothing but what a build with a sanitizer is told by the environment.
+    [[nodiscard]] static Environment emptyEnvironment();
+
     // `name` is that of an executable in the folder where this test's own lies.
     Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment);
     ~Program();
