@@ -4,55 +4,14 @@
     hosted_sql.py
 """
 
-import contextlib, os, pathlib, shutil, subprocess, sys, tempfile
+import pathlib, sys
 
-HERE = pathlib.Path(__file__).resolve().parent
-PROGRAMS = "/usr/lib/postgresql/15/bin"
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools/hosted_database"))
+from postgres import postgres
+
 ANN, BEN = "11111111-1111-4111-8111-111111111111", "22222222-2222-4222-8222-222222222222"
 FILE = "33333333-3333-4333-8333-333333333333"  # of nobody
 DIGEST = "a" * 64
-
-
-class Postgres:
-    """A server in a folder of its own, reached by its socket alone. It refuses to be root: then it is nobody."""
-
-    def __init__(self, folder):
-        self.folder = folder
-        self.user = ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"] if os.getuid() == 0 else []
-        if self.user:
-            shutil.chown(folder, "nobody", "nogroup")
-        self.run(f"{PROGRAMS}/initdb", "-D", f"{folder}/data", "-U", "postgres", "-A", "trust", "-E", "UTF8", "--no-sync")
-        self.control("start", "-o", f"-k {folder} -c listen_addresses= -c fsync=off", "-l", f"{folder}/log")
-        self.load((HERE / "platform.sql").read_text())
-        self.load((HERE.parents[1] / "docs/hosted-project.sql").read_text())
-
-    def run(self, *command):
-        subprocess.run([*self.user, *command], check=True, cwd=self.folder, stdout=subprocess.DEVNULL,
-                       env={"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"})
-
-    def control(self, *words):
-        self.run(f"{PROGRAMS}/pg_ctl", "-D", f"{self.folder}/data", "-w", *words)
-
-    def load(self, sql):
-        """What a whole script answers. An error ends it, in the server's words."""
-        done = subprocess.run([f"{PROGRAMS}/psql", "-h", str(self.folder), "-U", "postgres", "-XqAt", "-v",
-                               "ON_ERROR_STOP=1"], input=sql, capture_output=True, text=True)
-        if done.returncode:
-            raise RuntimeError(done.stderr)
-        return done.stdout.strip()
-
-    def as_user(self, user, sql):
-        return self.load(f"set role authenticated; set request.jwt.claim.sub = '{user}'; {sql}")
-
-
-@contextlib.contextmanager
-def postgres():
-    with tempfile.TemporaryDirectory(prefix="veskline-postgres-") as name:
-        server = Postgres(pathlib.Path(name))
-        try:
-            yield server
-        finally:
-            server.control("stop", "-m", "immediate")
 
 
 def file_row(user, owner=None, key="a", digest=DIGEST):

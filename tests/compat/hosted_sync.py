@@ -9,7 +9,8 @@ the name of the token's user, and knows as much of the query language as the age
 
 import hashlib, http.client, http.server, json, pathlib, subprocess, sys, tempfile, threading, urllib.parse
 
-from hosted_sql import postgres
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools/hosted_database"))
+from postgres import postgres
 
 EMAIL, PASSWORD = "ann@example.com", "a long password"
 STATUS = (("row-level security", 403), ("permission denied", 403), ("duplicate key", 409))
