@@ -1,18 +1,16 @@
 #include "sync/StateRows.h"
 
-#include <functional>
-#include <string_view>
+#include <algorithm>
+#include <optional>
 
 namespace veskline {
 
 namespace {
 
-// Never 0. It only has to tell a row from what may replace it in the course of a scan.
-std::uint64_t markOf(std::string_view digest, std::string_view key) noexcept {
-    constexpr std::uint64_t odd = 0x9E37'79B9'7F4A'7C15;
-    const std::hash<std::string_view> hash;
-    return (hash(digest) * odd + hash(key)) | 1U;
-}
+constexpr std::string_view digits = "0123456789abcdef";
+
+// Of a row whose digest is none; no content has it.
+constexpr std::uint8_t otherText = 0xFF;
 
 } // namespace
 
@@ -25,7 +23,7 @@ void StateRows::add(const FileStateRowView& row) {
     if (index) {
         expected_ = *index + 1;
         kept_[*index] = Kept{.attributes = {.bytes = row.bytes, .mtimeMilliseconds = row.mtimeMilliseconds},
-                             .mark = markOf(row.sha256, row.storageKey)};
+                             .digest = digestOf(row.sha256)};
         return;
     }
     gone_.push_back(FileStateRow{
@@ -43,9 +41,30 @@ bool StateRows::has(std::size_t index, const platform::FileAttributes& attribute
     return has(index) && kept_[index].attributes == attributes;
 }
 
-bool StateRows::had(std::size_t index, const FileStateRow& row) const noexcept {
-    return has(index, {.bytes = row.bytes, .mtimeMilliseconds = row.mtimeMilliseconds}) &&
-           kept_[index].mark == markOf(row.sha256, row.storageKey);
+std::string StateRows::sha256(std::size_t index) const {
+    const Digest& digest = kept_[index].digest;
+    std::string text;
+    if (std::ranges::all_of(digest, [](std::uint8_t byte) { return byte == otherText; })) {
+        return text;
+    }
+    for (const std::uint8_t byte : digest) {
+        text += digits[byte >> 4U];
+        text += digits[byte & 0xFU];
+    }
+    return text;
+}
+
+// Only what would be written in the same way again counts as a digest.
+StateRows::Digest StateRows::digestOf(std::string_view sha256) noexcept {
+    Digest digest;
+    digest.fill(otherText);
+    if (sha256.size() != 2 * digest.size() || sha256.find_first_not_of(digits) != std::string_view::npos) {
+        return digest;
+    }
+    for (std::size_t i = 0; i < digest.size(); ++i) {
+        digest[i] = static_cast<std::uint8_t>(digits.find(sha256[2 * i]) << 4U | digits.find(sha256[2 * i + 1]));
+    }
+    return digest;
 }
 
 } // namespace veskline

@@ -17,6 +17,11 @@ namespace {
 // Stands in the place of a digest in the row of a file that is over the limit.
 constexpr const char* tooLargeMarker = "skipped-too-large";
 
+// Exact on purpose: any difference, however small, is worth a look at the content.
+bool hasSameAttributes(const FileStateRow& previous, const FileStateRow& row) {
+    return previous.bytes == row.bytes && previous.mtimeMilliseconds == row.mtimeMilliseconds;
+}
+
 RetryQueueItem retryItem(const FileStateRow& row, const std::string& userID, const std::string& lastError) {
     return RetryQueueItem{
         .localPath = row.path,
@@ -44,20 +49,28 @@ bool SyncCoordinator::isUnchanged(const FolderScan& scan, std::size_t index) con
     return attributes && attributes->bytes <= config_.maxUploadBytes && scan.rows().has(index, *attributes);
 }
 
-// The row of a file that is to be processed, as it stood when the scan began. One that was written since belongs to
-// another scan, which has worked on the file in its own right: then there is none.
+// The row of a file that is to be processed, as it stood when the scan began. Its key is read from the row as it
+// stands: empty where that has gone meanwhile, or went over to another root.
 async::Task<std::optional<FileStateRow>> SyncCoordinator::previousRow(const FolderScan& scan, std::size_t index) {
     if (!scan.rows().has(index)) {
         co_return std::nullopt;
     }
-    std::optional<FileStateRow> row = co_await database_.fileRecord(std::string(scan.files()[index]));
-    if (row && (row->rootPath != scan.root() || !scan.rows().had(index, *row))) {
-        row.reset();
+    FileStateRow previous{
+        .path = std::string(scan.files()[index]),
+        .rootPath = scan.root(),
+        .logicalPath = FileRules::logicalPath(scan.files()[index], scan.root()),
+        .sha256 = scan.rows().sha256(index),
+        .bytes = scan.rows().attributes(index).bytes,
+        .mtimeMilliseconds = scan.rows().attributes(index).mtimeMilliseconds,
+    };
+    const std::optional<FileStateRow> row = co_await database_.fileRecord(previous.path);
+    if (row && row->rootPath == scan.root()) {
+        previous.storageKey = row->storageKey;
     }
-    co_return row;
+    co_return previous;
 }
 
-// The pipeline of one file that is not unchanged, cheapest test first: attributes, then the content, then the service.
+// The pipeline of one file, cheapest test first: attributes, then the content, then the service.
 // The state row is written last, so that whatever interrupts it has the file worked on again by the next scan.
 async::Task<ScanResult> SyncCoordinator::processFile(std::string path, std::string root,
                                                      std::optional<FileStateRow> previous) {
@@ -76,11 +89,14 @@ async::Task<ScanResult> SyncCoordinator::processFile(std::string path, std::stri
         co_await database_.upsert(std::move(row));
         co_return ScanResult::skipped;
     }
+    if (previous && hasSameAttributes(*previous, row)) {
+        co_return ScanResult::skipped;
+    }
     row.sha256 = FileRules::sha256Hex(path, isQuitting_);
     const std::string userID = co_await signedInUserID();
     row.storageKey = FileRules::buildStorageKey(userID, root, row.logicalPath);
     if (previous && previous->sha256 == row.sha256) {
-        row.storageKey = previous->storageKey;
+        row.storageKey = previous->storageKey.empty() ? row.storageKey : previous->storageKey;
         co_await database_.upsert(std::move(row));
         co_return ScanResult::skipped;
     }

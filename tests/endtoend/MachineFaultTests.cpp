@@ -113,7 +113,7 @@ std::vector<Place> filePlaces() {
         {"Connects",
          "socket",
          "socket",
-         1,
+         2,
          {{EMFILE}, {ENFILE}, {ENOBUFS}},
          "Auto-start failed: Could not connect to the server: *",
          "",
