@@ -22,6 +22,7 @@ public:
     // The next line that it prints. Throws std::runtime_error at the end of its output, Interrupted.
     [[nodiscard]] std::string readLine();
     void terminate() const;
+    [[nodiscard]] pid_t process() const noexcept { return process_; }
 
     // Waits for its end and gives what it cost: by its own account where it gives one, else from its start to its end
     // as the system tells (wait4(2)). Throws std::runtime_error where it failed, Interrupted.

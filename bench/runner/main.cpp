@@ -1,6 +1,7 @@
 #include "runner/Comparison.h"
 #include "runner/FirstScans.h"
 #include "runner/Frames.h"
+#include "runner/Idle.h"
 #include "runner/Picture.h"
 #include "runner/Report.h"
 #include "runner/Scale.h"
@@ -27,7 +28,7 @@ constexpr const char* usage =
     "  --quick     a tenth of the work, three rounds\n"
     "  --rounds N  how often each program runs\n"
     "  --only NAME walk, start, rescan, digest, sync, upload, watch, events, window, "
-    "frames or scan; may be given more than once\n"
+    "frames, scan or idle; may be given more than once\n"
     "  --scale     instead of the table, what a scan costs from 1 000 files to a million\n"
     "  --pictures FOLDER\n"
     "              draw bench.svg, or scale.svg, there\n"
@@ -72,7 +73,7 @@ std::vector<Row> chosenRows(const Options& options, std::vector<Row> rows) {
     }
     std::vector<Row> chosen;
     for (const std::string& name : options.only) {
-        if (name == "frames" || name == "scan") {
+        if (name == "frames" || name == "scan" || name == "idle") {
             continue;
         }
         const auto row = std::ranges::find(rows, name, &Row::name);
@@ -157,6 +158,13 @@ bool compareAll(const Options& options, const Interrupt& interrupt, Output& outp
             const WorkFolder data(interrupt);
             const FirstScans scans(options.sizes, all, data, interrupt);
             output.tell(scans.json(), scans.table());
+        });
+    }
+    if (wants(options, "idle")) {
+        isWhole &= attempt("idle", [&] {
+            const WorkFolder data(interrupt);
+            const Idle idle(all, data, interrupt);
+            output.tell(idle.json(), idle.table());
         });
     }
     if (!options.pictures.empty()) {

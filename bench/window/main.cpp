@@ -101,6 +101,16 @@ void scan(const std::string& folder, const std::string& documents, const std::st
     std::quick_exit(EXIT_SUCCESS);
 }
 
+// Says when it is on watch, and stays so until it is ended.
+void idle(const std::string& folder, const std::string& documents, const std::string& url, bool hasWindow) {
+    settleIn(folder, url);
+    FirstScan scan(documents, hasWindow, folder + "/window.ini");
+    scan.run();
+    std::puts("on watch");
+    std::fflush(stdout);
+    QGuiApplication::exec();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -111,12 +121,15 @@ int main(int argc, char** argv) {
         showOneFrame(words[2].toStdString());
     } else if (words.size() == 4 && words[1] == QLatin1String("frames")) {
         takeReports(words[2].toStdString(), words[3].toLongLong());
+    } else if (words.size() == 6 && words[1] == QLatin1String("idle")) {
+        idle(words[2].toStdString(), words[3].toStdString(), words[4].toStdString(),
+             words[5] == QLatin1String("shown"));
     } else if (words.size() == 6 && words[1] == QLatin1String("scan")) {
         scan(words[2].toStdString(), words[3].toStdString(), words[4].toStdString(),
              words[5] == QLatin1String("shown"));
     }
     std::fputs("veskline-bench-window window STATE | frames STATE REPORTS_A_SECOND\n"
-               "                      scan STATE DOCUMENTS URL shown|hidden\n",
+               "                      scan | idle STATE DOCUMENTS URL shown|hidden\n",
                stderr);
     return 2;
 }
