@@ -12,11 +12,14 @@ namespace {
 constexpr const char* hostedEqualsDisk = "the hosted side equals the disk";
 constexpr const char* stateEqualsDisk = "the state rows equal the disk";
 
+constexpr const char* anotherContent = "another content";
+
 constexpr const char* unseenRewrite = "same size and time";
 constexpr const char* anotherUsers = "another user's rows";
 constexpr const char* nestedRoots = "nested roots";
 constexpr const char* staleRetry = "a stale retry item's digest over a later success";
 constexpr const char* halfDone = "content that came back after a half-done upload";
+constexpr const char* changedOnItsWay = "content that changed between its digest and its upload, and came back";
 
 std::string userOf(std::string_view key) {
     return std::string(key.substr(0, key.find('/')));
@@ -90,6 +93,8 @@ void Judgement::judgeContent(const Oracle::Document& document, const std::string
         findings_.allow("a record marked deleted whose deletion did not end and whose content came back");
     } else if (world_.tree().wasRewrittenUnseen(modificationTime(document.path))) {
         findings_.allow(unseenRewrite);
+    } else if (difference == anotherContent && world_.ledger().of(key).isOtherThanDigested) {
+        findings_.allow(changedOnItsWay);
     } else if (layout_ == Layout::nested && world_.ledger().rows().at(document.path).storageKey != key) {
         findings_.allow(nestedRoots); // the row is the other root's, and tells nothing of this key
     } else if (file != world_.project().files.end() && world_.ledger().of(key).isUnconfirmed) {
@@ -112,7 +117,7 @@ std::string Judgement::differenceOf(const Oracle::Document& document, const std:
                         row.mime == Oracle::mimeType(document.path) && row.sha256 == Oracle::sha256(content) &&
                         row.bytes == static_cast<std::int64_t>(content.size());
     const bool hasJob = row.ingestedSHA256 == row.sha256 || !world_.ledger().of(key).lacksJob;
-    return !isSame ? "another row" : object->second != content ? "another content" : !hasJob ? "no job" : "";
+    return !isSame ? "another row" : object->second != content ? anotherContent : !hasJob ? "no job" : "";
 }
 
 // Files that the hosted side still has, and the disk has not.

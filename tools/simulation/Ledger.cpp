@@ -119,13 +119,18 @@ void Ledger::rowWritten(const FileStateRow* before, const FileStateRow& row) {
         return;
     }
     KeyHistory& history = keys_[row.storageKey];
-    if (!project_.objects.contains(row.storageKey) || !history.recorded.contains(row.sha256) ||
+    const auto object = project_.objects.find(row.storageKey);
+    if (object == project_.objects.end() || !history.recorded.contains(row.sha256) ||
         !history.jobbed.contains(row.sha256)) {
-        findings_.violate("the state row is written last", row.path);
+        return findings_.violate("the state row is written last", row.path);
     }
     history.isUnconfirmed = false;
-    history.recorded = {project_.files.at(row.storageKey).sha256};
-    history.jobbed.clear();
+    history.isOtherThanDigested = Oracle::sha256(object->second) != row.sha256;
+    if (walksUnderWay_ == 1) { // else another run may be about to confirm what it recorded meanwhile
+        const std::string& recorded = project_.files.at(row.storageKey).sha256;
+        std::erase_if(history.recorded, [&](const std::string& digest) { return digest != recorded; });
+        std::erase_if(history.jobbed, [&](const std::string& digest) { return digest != recorded; });
+    }
 }
 
 void Ledger::rowDropped(const FileStateRow& row) {

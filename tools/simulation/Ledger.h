@@ -37,10 +37,11 @@ public:
 
     // Of the time since a state row last confirmed what lies under a key.
     struct KeyHistory {
-        std::set<std::string> recorded; // digests in the hosted row
-        std::set<std::string> jobbed;   // those of them that the worker was told of, or had already
-        bool isUnconfirmed = false;     // the object or the hosted row was written, and no state row since
-        bool lacksJob = false;          // the hosted row changed, and the worker was not told
+        std::set<std::string> recorded;   // digests in the hosted row
+        std::set<std::string> jobbed;     // those of them that the worker was told of, or had already
+        bool isUnconfirmed = false;       // the object or the hosted row was written, and no state row since
+        bool lacksJob = false;            // the hosted row changed, and the worker was not told
+        bool isOtherThanDigested = false; // the object, than the state row says: the file changed on its way
     };
     [[nodiscard]] const KeyHistory& of(const std::string& key) const;
     // Whether rows of this file have borne keys of several users, or one was dropped while another user was there.
