@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] async::Executor executor() const noexcept { return serial_.executor(); }
 
-    // The row of one file, absent where nothing was uploaded of it.
+    // The row of one file, absent where none is stored.
     [[nodiscard]] async::Task<std::optional<FileStateRow>> fileRecord(std::string path);
 
     // All rows of one synced folder, in no stated order; forEachRow hands them on one by one instead, so that what a

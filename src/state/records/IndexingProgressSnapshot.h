@@ -11,7 +11,7 @@ namespace veskline {
 struct IndexingProgressSnapshot {
     static const IndexingProgressSnapshot idle;
 
-    std::optional<std::int64_t> totalFiles; // as far as known; absent while idle
+    std::optional<std::int64_t> totalFiles; // as far as known; absent before the first run
     std::int64_t scannedFiles = 0;          // finished so far
     bool isActive = false;                  // whether the initial scan is under way
     std::optional<Time> startedAt;
