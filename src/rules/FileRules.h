@@ -73,6 +73,9 @@ inline constexpr std::array<std::string_view, 2> excludedNames{".DS_Store", ".lo
 
 // --- Keys ---
 
+// What goes into a key is hashed with MD5: all of these but logicalPath may throw platform::DigestError, where the
+// system refuses it, as a FIPS configuration does.
+
 // 8 hexadecimal digits that stand for the folder, alike for "/a/b", "/a/./b" and "/a/b/".
 [[nodiscard]] std::string rootTag(std::string_view root);
 // The path with every occurrence of the root's path and a slash cut out; the whole path under the root "/".
@@ -90,7 +93,7 @@ inline constexpr std::array<std::string_view, 2> excludedNames{".DS_Store", ".lo
 // --- Digest ---
 
 // SHA-256 of the file's content as 64 hexadecimal digits. Throws platform::FileError for a file that cannot be opened
-// or read to its end, and once `*stop` is true.
+// or read to its end, and once `*stop` is true; platform::DigestError where the system refuses the algorithm.
 [[nodiscard]] std::string sha256Hex(const std::string& url, const std::atomic<bool>* stop = nullptr);
 
 } // namespace FileRules
