@@ -3,7 +3,6 @@
 #include "platform/async/Task.h"
 
 #include <type_traits>
-#include <utility>
 
 namespace async {
 

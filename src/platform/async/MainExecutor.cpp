@@ -2,8 +2,8 @@
 
 #include <QMetaObject>
 #include <QObject>
-
 #include <QThread>
+
 #include <cassert>
 
 namespace async {

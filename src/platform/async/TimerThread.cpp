@@ -28,7 +28,6 @@ void TimerThread::add(Sleeper& sleeper, Instant at) {
     if (!queue_.add(sleeper, at)) {
         return;
     }
-    // The sleeper may be gone by now: a cancel fires it.
     const std::lock_guard lock(mutex_);
     lookAgain_ = true;
     wake_.notify_one();
