@@ -62,18 +62,18 @@ async::Task<> SyncCoordinator::performStart(RunNumber run, std::vector<std::stri
     log(fmt::format("Folders: {}", fmt::join(roots, ", ")));
     log("Performing initial scan...");
     co_await drainRetryQueue();
-    const std::vector<std::string> urls = standardised(roots);
-    for (const std::string& url : urls) {
+    const std::vector<std::string> paths = standardised(roots);
+    for (const std::string& path : paths) {
         if (!isCurrent(run)) {
             co_return;
         }
-        co_await scan(url, "Initial scan", true);
+        co_await scan(path, "Initial scan", true);
     }
     if (!isCurrent(run)) {
         co_return;
     }
     markInitialScanComplete();
-    co_await startEventStream(run, urls);
+    co_await startEventStream(run, paths);
 }
 
 async::Task<> SyncCoordinator::stopSync() {
