@@ -8,7 +8,6 @@
 #include <charconv>
 #include <chrono>
 #include <optional>
-#include <system_error>
 
 namespace veskline {
 
