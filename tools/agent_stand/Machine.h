@@ -18,11 +18,6 @@ namespace agent_stand {
 // One object is one set of faults, for the programs that are started with its environment.
 class Machine {
 public:
-    // A call by what it does, whatever variant of it is used.
-    //   "open"   open, openat           "read"  read, pread           "write"    write, pwrite
-    //   "sync"   fsync, fdatasync       "list"  getdents64            "look"     statx
-    //   "rename" rename (the old name)  "unlink"                      "truncate" ftruncate
-    //   "socket" (no path)
     enum class Action : std::uint8_t {
         fail,      // with `error`
         kill,      // SIGKILL, before the call
@@ -31,16 +26,23 @@ public:
     };
     static constexpr std::uint32_t forEver = std::numeric_limits<std::uint32_t>::max();
 
+    // `call` is named by what it does, whatever variant of it is used.
+    //   "open"   open, openat           "read"  read, pread           "write"    write, pwrite
+    //   "sync"   fsync, fdatasync       "list"  getdents64            "look"     statx
+    //   "rename" rename (the old name)  "unlink"                      "truncate" ftruncate
+    //   "socket" (its path is "socket")
     struct Fault {
         std::string call;
-        std::string path; // a glob over the absolute path (fnmatch(3)) without a blank in it; * also stands for slashes
+        // A glob over the absolute path (fnmatch(3)), of 511 bytes at most and without a blank; * also stands for
+        // slashes.
+        std::string path;
         Action action = Action::fail;
         int error = 0;
         std::uint32_t skip = 0; // leave the first matching calls alone, then take so many
         std::uint32_t count = forEver;
     };
 
-    // The control file is made anew in `folder`. Throws std::system_error.
+    // The control file is made anew in `folder`. The program takes the first 16 faults. Throws std::system_error.
     Machine(const std::filesystem::path& folder, const std::vector<Fault>& faults);
     ~Machine();
     Machine(const Machine&) = delete;

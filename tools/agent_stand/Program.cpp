@@ -105,13 +105,13 @@ void Program::readOutput(int descriptor) {
     changed_.notify_all();
 }
 
-bool Program::waitForLine(std::string_view beginning, std::size_t count, std::chrono::milliseconds mostly) {
+bool Program::waitForLine(std::string_view beginning, std::size_t count, std::chrono::milliseconds atMost) {
     std::unique_lock lock(mutex_);
     const auto isThere = [&] {
         return static_cast<std::size_t>(std::ranges::count_if(
                    output_, [&](const std::string& line) { return line.starts_with(beginning); })) >= count;
     };
-    changed_.wait_for(lock, mostly, [&] { return isOutputOver_ || isThere(); });
+    changed_.wait_for(lock, atMost, [&] { return isOutputOver_ || isThere(); });
     return isThere();
 }
 

@@ -18,13 +18,14 @@ namespace agent_stand {
 class Program {
 public:
     using Environment = std::map<std::string, std::string>;
-    // How long a test waits for what will come in a moment; only a failing test waits that long.
+    // How long whatever should come in a moment is waited for; only a failing run waits that long.
     static constexpr std::chrono::seconds patience{300};
 
     // Nothing but what a build with a sanitizer is told by the environment.
     [[nodiscard]] static Environment emptyEnvironment();
 
-    // `name` is that of an executable in the folder where this test's own lies.
+    // `name` is that of an executable in the folder where this process's own lies. Throws std::runtime_error where it
+    // can't be started.
     Program(const std::string& name, const std::vector<std::string>& arguments, const Environment& environment);
     ~Program();
     Program(const Program&) = delete;
@@ -36,9 +37,10 @@ public:
     // it.
     int wait();
 
-    // Waits until standard output has had `count` lines that begin so. False where the program ended or patience did.
+    // Waits until standard output has had `count` lines that begin so. False where the program ended before, or
+    // `atMost` has passed.
     [[nodiscard]] bool waitForLine(std::string_view beginning, std::size_t count = 1,
-                                   std::chrono::milliseconds mostly = patience);
+                                   std::chrono::milliseconds atMost = patience);
     // No further line comes: the program has ended, or is about to.
     [[nodiscard]] bool isOutputOver() const;
 
