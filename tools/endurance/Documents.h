@@ -16,7 +16,7 @@ public:
 
     Documents(std::filesystem::path root, std::mt19937& random);
 
-    // One change, small or large: a document is written anew, added, renamed or thrown away, or a folder is renamed.
+    // One change, small or large: a document is written anew, added or thrown away, or a folder is renamed.
     void change();
 
     [[nodiscard]] const std::filesystem::path& root() const noexcept { return root_; }

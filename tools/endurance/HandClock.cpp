@@ -1,5 +1,7 @@
 #include "endurance/HandClock.h"
 
+#include <algorithm>
+
 namespace veskline::endurance {
 
 const async::Clock::Operations HandClock::operations{

@@ -31,7 +31,8 @@ public:
     // Signs in, picks the documents and runs the first scan.
     void begin();
     void passMinute(int minute);
-    // Waits until what was begun is over, with the time standing.
+    // Brings the window to one size and screen, so that footprints can be compared, and lets the threads go on for a
+    // moment, with the made time standing.
     void rest();
 
     // Ends with a well service and a last start: what it logged of the documents, which is to skip all of them after
