@@ -101,7 +101,7 @@ Row sync(const Sizes& sizes) {
             return [folder = data.documents("documents", sizes.newFiles, sizes.newFileBytes),
                     &data](const std::string& url) { return Row::Arguments{url, folder, data.emptyFolder("state")}; };
         },
-        .requests = 5 * sizes.newFiles + 1, // who is signed in,
+        .requests = 5 * sizes.newFiles + 1, // one asks who is signed in
     };
 }
 
