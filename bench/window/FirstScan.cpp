@@ -8,6 +8,7 @@
 #include <QQuickWindow>
 #include <QTimer>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -45,15 +46,19 @@ void FirstScan::run() {
     const auto start = std::chrono::steady_clock::now();
     await(&DesktopAppModel::startSync);
     duration_ = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
-    if (!model_->isRunning()) {
-        throw std::runtime_error("the sync did not start: " + model_->syncStatus());
+    const std::vector<std::string>& log = model_->logLines();
+    const auto isWhole = [](const std::string& line) {
+        return line.starts_with("Summary: ") && line.ends_with(" failed 0.");
+    };
+    if (!model_->isRunning() || std::ranges::none_of(log, isWhole)) {
+        throw std::runtime_error("the scan is not whole: " + model_->syncStatus());
     }
 }
 
 void FirstScan::await(async::Task<> (DesktopAppModel::*operation)()) {
     QEventLoop loop;
     const async::TaskHandle task = async::spawn(model_->executor(), [&]() -> async::Task<> {
-        co_await ((*model_).*operation)();
+        co_await ((*model_).*operation)(); // throws nothing
         QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
     });
     loop.exec();

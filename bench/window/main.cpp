@@ -1,3 +1,4 @@
+#include "app/Heap.h"
 #include "app/Process.h"
 #include "interface/DesktopWindow.h"
 #include "screenshots/Stage.h"
@@ -14,6 +15,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <memory>
 
 // The whole program with its window.
@@ -90,7 +92,12 @@ void takeReports(const std::string& folder, std::int64_t aSecond) {
 void scan(const std::string& folder, const std::string& documents, const std::string& url, bool hasWindow) {
     settleIn(folder, url);
     FirstScan scan(documents, hasWindow, folder + "/window.ini");
-    scan.run();
+    try {
+        scan.run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        std::quick_exit(EXIT_FAILURE);
+    }
     std::printf("%.3f", milliseconds(scan.duration()) / 1000);
     if (scan.frames()) {
         std::printf(" %zu %.3f %.3f", scan.frames()->count(), milliseconds(scan.frames()->quantile(0.999)),
@@ -114,6 +121,7 @@ void idle(const std::string& folder, const std::string& documents, const std::st
 } // namespace
 
 int main(int argc, char** argv) {
+    const veskline::Heap heap;
     DesktopWindow::prepareApplication();
     const QGuiApplication application(argc, argv);
     const QStringList words = QGuiApplication::arguments();

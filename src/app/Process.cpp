@@ -15,7 +15,7 @@ AppSurroundings Process::surroundings() {
 void Process::quit() {
     main_.close();
     isQuitting_ = true;
-    http_.close();
+    http_.close(patience);
     pool_.close(patience);
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "app/Heap.h"
 #include "model/Collaborators.h"
 #include "platform/async/MainExecutor.h"
 #include "platform/async/ThreadPool.h"
@@ -31,7 +30,6 @@ public:
     void quit();
 
 private:
-    Heap heap_; // first: before any thread
     std::atomic<bool> isQuitting_ = false;
     async::MainExecutor main_;
     async::ThreadPool pool_{async::ThreadPool::leastThreads + 1}; // one waits for the network

@@ -2,6 +2,7 @@
 #include "app/CommandLine.h"
 #include "app/ConsoleLog.h"
 #include "app/Display.h"
+#include "app/Heap.h"
 #include "app/Process.h"
 #include "app/QuitSignals.h"
 #include "app/VesklineNativeApp.h"
@@ -117,6 +118,7 @@ int leaveToAnother(AgentPlace::Holder holder, const std::string& stateFolder) {
 }
 
 int run(int argc, char** argv) {
+    const veskline::Heap heap;
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a file at the limit of its size is a failure of its write
     veskline::QuitSignals signals;

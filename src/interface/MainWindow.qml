@@ -19,12 +19,17 @@ Window {
     title: "Veskline"
     color: DesktopPalette.page
 
-    function bringToFront() {
-        if (visibility === Window.Minimized) {
-            showNormal()
-        } else {
-            show()
+    // How it was when it was last in sight: of its usual size, maximized, or as large as the screen.
+    property int lastVisibility: Window.Windowed
+
+    onVisibilityChanged: {
+        if (visibility !== Window.Hidden && visibility !== Window.Minimized) {
+            lastVisibility = visibility
         }
+    }
+
+    function bringToFront() {
+        visibility = lastVisibility
         raise()
         requestActivate()
     }

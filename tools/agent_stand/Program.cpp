@@ -76,6 +76,9 @@ Program::~Program() {
 }
 
 void Program::signal(int number) const {
+    if (hasEnded_) {
+        return; // its number may be another's by now
+    }
     ::kill(pid_, number);
 }
 

@@ -52,6 +52,8 @@ class Desktop:
         self.xdotool("get_num_desktops")  # answered once there is a window manager
 
     def __exit__(self, *_):
+        if not self.started:
+            return  # and no group, which would be the caller's
         for number in (signal.SIGTERM, signal.SIGKILL):  # a display that is killed outright leaves its lock behind
             os.killpg(self.group, number)
             deadline = time.monotonic() + 2

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace veskline::endurance {

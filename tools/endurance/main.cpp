@@ -4,6 +4,7 @@
 // the pace of the clock, and says each hour what it holds of the machine. Ends with 1 where memory, descriptors or
 // threads grow, or where a document was lost.
 
+#include "app/Heap.h"
 #include "endurance/Footprint.h"
 #include "endurance/HostedSide.h"
 #include "endurance/Life.h"
@@ -85,6 +86,7 @@ int main(int argc, char** argv) {
     int exitCode = EXIT_FAILURE;
     std::optional<TemporaryFolder> folder(std::in_place);
     try {
+        const Heap heap;
         HostedSide hosted(folder->path() / "project");
         settleIn(*folder, hosted);
         DesktopWindow::prepareApplication();
@@ -95,6 +97,7 @@ int main(int argc, char** argv) {
         std::quick_exit(exitCode);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", platform::describe(error).c_str());
+        folder.reset();
         std::quick_exit(EXIT_FAILURE);
     }
 }

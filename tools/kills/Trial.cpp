@@ -90,7 +90,8 @@ void Trial::kill(const Moment& moment) {
     Program agent("veskline", {}, moment.call ? machine.added(stand_.environment) : stand_.environment);
     waitFor(moment, agent);
     agent.signal(SIGKILL);
-    findings_.kills += agent.wait() == -SIGKILL ? 1 : 0;
+    expect(agent.wait() == -SIGKILL, "the agent is killed");
+    ++findings_.kills;
     expect(stand_.finishRequests(), "the service comes to rest");
     stand_.project.faults().clear();
 }

@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <unordered_map>
 #include <utility>
@@ -49,7 +50,7 @@ public:
 
     void start(PendingExchange& pending) noexcept;
     void abort(const PendingExchange& pending) noexcept;
-    void close() noexcept;
+    bool close(std::optional<std::chrono::milliseconds> patience) noexcept;
 
 private:
     struct Arrival {
@@ -127,14 +128,18 @@ void CurlTransport::Engine::abort(const PendingExchange& pending) noexcept {
 }
 
 // A drive that is queued stays so for ever where its pool was closed: only one that runs is waited for.
-void CurlTransport::Engine::close() noexcept {
+bool CurlTransport::Engine::close(std::optional<std::chrono::milliseconds> patience) noexcept {
+    const auto haveEnded = [this] { return drives_ == 0; };
     std::unique_lock lock(mutex_);
-    if (std::exchange(isClosed_, true)) {
-        return;
-    }
+    isClosed_ = true;
     curl_multi_wakeup(multi_.get());
-    drivesEnded_.wait(lock, [this] { return drives_ == 0; });
+    if (!patience) {
+        drivesEnded_.wait(lock, haveEnded);
+    } else if (!drivesEnded_.wait_for(lock, *patience, haveEnded)) {
+        return false;
+    }
     dropAll();
+    return true;
 }
 
 // Under the lock. Whoever starts an exchange suspends for it, so that its thread is free to drive.
@@ -323,15 +328,15 @@ CurlTransport::CurlTransport(CurlLimits limits)
     : ownPool_(std::in_place, 1), engine_(std::make_shared<Engine>(limits, ownPool_->executor())) {}
 
 CurlTransport::~CurlTransport() {
-    engine_->close();
+    engine_->close(std::nullopt);
 }
 
 HttpTransport CurlTransport::transport() noexcept {
     return {operations, engine_.get()};
 }
 
-void CurlTransport::close() noexcept {
-    engine_->close();
+bool CurlTransport::close(std::chrono::milliseconds patience) noexcept {
+    return engine_->close(patience);
 }
 
 } // namespace platform

@@ -49,7 +49,9 @@ public:
 
     // For the end of the process: cuts every connection and frees the thread, promptly also where a server is silent.
     // Exchanges that are under way, and later ones, are left as they are: their coroutines never go on.
-    void close() noexcept;
+    // Waits at most `patience` for that: false where a file of an upload lies on a disk that does not answer. The
+    // thread that reads it is then left to the end of the process.
+    bool close(std::chrono::milliseconds patience) noexcept;
 
 private:
     class Engine;
