@@ -16,11 +16,16 @@ std::string userOf(std::string_view key) {
     return std::string(key.substr(0, key.find('/')));
 }
 
+const FileStateRow* rowOf(const std::string& key, const Ledger::Rows& rows) {
+    const auto found = std::ranges::find_if(rows, [&](const auto& each) { return each.second.storageKey == key; });
+    return found == rows.end() ? nullptr : &found->second;
+}
+
 } // namespace
 
 void Ledger::scanBegins(const std::string& root) {
     ++walksUnderWay_;
-    walks_.push_back({root, Oracle::list(root)});
+    walks_.push_back({root, Oracle::list(root), rows_});
 }
 
 void Ledger::scanEnds(const std::string& summary) {
@@ -78,18 +83,22 @@ void Ledger::upserted(const std::string& key) {
 }
 
 void Ledger::markedDeleted(const std::string& key) {
-    const auto row = std::ranges::find_if(rows_, [&](const auto& each) { return each.second.storageKey == key; });
-    if (row == rows_.end()) {
+    const FileStateRow* row = rowOf(key, rows_);
+    for (const Walk& walk : walks_) {
+        row = row == nullptr ? rowOf(key, walk.rows) : row;
+    }
+    if (row == nullptr) {
         findings_.violate("no file that may exist is taken for deleted", key + " has no state row");
     } else {
-        requireGone(row->second, "marked deleted");
+        requireGone(*row, "marked deleted");
     }
 }
 
 // What is told to be deleted was not there when some scan under way looked.
 void Ledger::requireGone(const FileStateRow& row, std::string_view what) {
-    const bool wasGone = std::ranges::any_of(
-        walks_, [&](const Walk& walk) { return walk.root == row.rootPath && !walk.listing.mayHold(row.path); });
+    const bool wasGone = std::ranges::any_of(walks_, [&](const Walk& walk) {
+        return row.path.starts_with(walk.root + "/") && !walk.listing.mayHold(row.path);
+    });
     if (!wasGone) {
         findings_.violate("no file that may exist is taken for deleted", fmt::format("{} was {}", row.path, what));
     }

@@ -51,6 +51,7 @@ private:
     struct Walk {
         std::string root;
         Oracle::Listing listing;
+        Rows rows; // where roots lie in each other, another scan may take a row over meanwhile
     };
     void judgeSummary(const std::string& summary);
     void rowWritten(const FileStateRow* before, const FileStateRow& row);
