@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view digits = "0123456789abcdef";
 
-// Of a row whose digest is none; no content has it.
+// Of a row whose digest is none, or zeros; no content has either.
 constexpr std::uint8_t otherText = 0xFF;
 
 } // namespace
@@ -63,6 +63,9 @@ StateRows::Digest StateRows::digestOf(std::string_view sha256) noexcept {
     }
     for (std::size_t i = 0; i < digest.size(); ++i) {
         digest[i] = static_cast<std::uint8_t>(digits.find(sha256[2 * i]) << 4U | digits.find(sha256[2 * i + 1]));
+    }
+    if (digest == Digest()) {
+        digest.fill(otherText);
     }
     return digest;
 }
