@@ -69,7 +69,7 @@ void Life::begin() {
     run(&DesktopAppModel::login);
     model_->addFolder();
     model_->setMode(SyncMode::ultra);
-    if (sync() == "" || !model_->isRunning()) {
+    if (sync().empty() || !model_->isRunning()) {
         throw std::runtime_error("The first scan did not end: " + model_->syncStatus() + model_->authStatus());
     }
 }
