@@ -42,7 +42,7 @@ private:
     [[nodiscard]] veskline::AppSurroundings surroundings();
     void takeLine(const std::string& line);
 
-    veskline::Heap heap_; // as the program has it
+    veskline::Heap heap_;                                         // as the program has it
     async::ThreadPool pool_{async::ThreadPool::leastThreads + 1}; // one waits for the network
     async::SerialExecutor main_;
     async::TimerThread timers_;
