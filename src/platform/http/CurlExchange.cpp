@@ -6,7 +6,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <new>
+#include <cstring>
+#include <ranges>
 #include <utility>
 
 namespace platform {
@@ -16,6 +17,10 @@ namespace {
 // Bytes of libcurl's own buffer for an upload, which is made anew for each: the least and the usual one.
 constexpr long smallFile = 16'384;
 constexpr long usualBuffer = 65'536;
+
+// What most requests and answers take, so that room for it is made in one piece.
+constexpr std::size_t usualHeaderBytes = 2048;
+constexpr std::size_t usualHeaders = 16;
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
@@ -29,11 +34,16 @@ bool breaksLine(std::string_view text) {
 }
 
 // A line for CURLOPT_HTTPHEADER(3), where an empty value is told by a semicolon.
-std::string headerLine(const HttpHeader& header) {
+void appendHeaderLine(std::string& lines, const HttpHeader& header) {
     if (breaksLine(header.name) || breaksLine(header.value)) {
         throw TransportError(fmt::format("The header \"{}\" of the request holds a line break", trimmed(header.name)));
     }
-    return header.value.empty() ? header.name + ";" : header.name + ": " + header.value;
+    lines += header.name;
+    if (header.value.empty()) {
+        lines += ';';
+    } else {
+        lines.append(": ").append(header.value);
+    }
 }
 
 bool mayBeSentTwice(const HttpRequest& request) {
@@ -93,28 +103,43 @@ void CurlExchange::setBody() {
 }
 
 void CurlExchange::setHeaders() {
-    headers_.reset();
-    const auto append = [this](const std::string& line) {
-        curl_slist* const grown = curl_slist_append(headers_.get(), line.c_str());
-        if (grown == nullptr) {
-            throw std::bad_alloc();
-        }
-        if (!headers_) {
-            headers_.reset(grown); // from here on it grows at its end
-        }
+    const std::vector<HttpHeader>& headers = pending_.request.headers;
+    headerLines_.clear();
+    headerLines_.reserve(usualHeaderBytes);
+    headers_.clear();
+    headers_.reserve(headers.size() + 3);
+    const auto endLine = [this] {
+        headerLines_ += '\0';
+        headers_.emplace_back();
     };
     // What libcurl would send by itself: a line without a value takes it out, unless the request brings one.
-    for (const char* own : {"Accept", "Content-Type", "Expect"}) {
+    for (const std::string_view own : {"Accept", "Content-Type", "Expect"}) {
         const auto isOwn = [own](const HttpHeader& header) { return isSameHeader(header.name, own); };
-        if (std::ranges::none_of(pending_.request.headers, isOwn)) {
-            append(std::string(own) + ":");
+        if (std::ranges::none_of(headers, isOwn)) {
+            headerLines_.append(own).append(":");
+            endLine();
         }
     }
-    for (const HttpHeader& header : pending_.request.headers) {
-        append(headerLine(header));
+    for (const HttpHeader& header : headers) {
+        appendHeaderLine(headerLines_, header);
+        endLine();
     }
-    set(CURLOPT_HTTPHEADER, headers_.get());
+    set(CURLOPT_HTTPHEADER, linkedHeaderLines());
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+}
+
+// libcurl reads the list where it lies, for as long as the transfer lasts.
+curl_slist* CurlExchange::linkedHeaderLines() {
+    curl_slist* next = nullptr;
+    char* line = headerLines_.data();
+    for (curl_slist& header : headers_) {
+        header.data = line;
+        line += std::strlen(line) + 1;
+    }
+    for (curl_slist& header : std::views::reverse(headers_)) {
+        header.next = std::exchange(next, &header);
+    }
+    return next;
 }
 
 void CurlExchange::setBounds() {
@@ -179,6 +204,7 @@ void CurlExchange::takeHeaderLine(std::string_view line) {
     const std::size_t colon = line.find(':');
     if (line.starts_with("HTTP/")) {
         response_.headers.clear();
+        response_.headers.reserve(usualHeaders);
         isHeaderComplete_ = false;
     } else if (trimmed(line).empty()) {
         isHeaderComplete_ = true;

@@ -10,13 +10,14 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 
 struct CurlCleanup {
     void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
-    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
 };
 using CurlHandle = std::unique_ptr<CURL, CurlCleanup>;
 
@@ -54,6 +55,7 @@ private:
     void setRequest();
     void setBody();
     void setHeaders();
+    [[nodiscard]] curl_slist* linkedHeaderLines();
     void setBounds();
     void setCallbacks();
     template <class Value>
@@ -74,7 +76,8 @@ private:
     CurlHandle handle_;
     const CurlLimits& limits_;
 
-    std::unique_ptr<curl_slist, CurlCleanup> headers_;
+    std::string headerLines_; // each with a zero byte at its end
+    std::vector<curl_slist> headers_;
     std::array<char, CURL_ERROR_SIZE> account_{};
     HttpResponse response_;
     std::size_t headerBytes_ = 0;

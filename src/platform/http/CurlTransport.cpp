@@ -4,12 +4,13 @@
 #include "platform/http/CurlExchange.h"
 #include "platform/http/TransportError.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <new>
 #include <optional>
 #include <stdexcept>
-#include <unordered_map>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -62,7 +63,7 @@ private:
         std::vector<Arrival> arrivals;
         std::vector<std::uint64_t> aborted;
     };
-    using Exchanges = std::unordered_map<std::uint64_t, std::unique_ptr<CurlExchange>>; // by ticket
+    using Exchanges = std::vector<std::unique_ptr<CurlExchange>>; // a handful at most
 
     enum class Leave { stays, isDone, isClosed };
 
@@ -77,8 +78,8 @@ private:
     void begin(Arrival arrival);
     void abort(std::uint64_t ticket);
     void settleFinished();
-    void settle(Exchanges::iterator place, CURLcode result);
-    void retire(Exchanges::iterator place);
+    void settle(CurlExchange& exchange, CURLcode result);
+    void retire(CurlExchange& exchange);
     void dropAll();
     CurlHandle takeHandle();
 
@@ -108,8 +109,8 @@ void CurlTransport::Engine::start(PendingExchange& pending) noexcept {
             return;
         }
         arrival.ticket = pending.ticket = ++lastTicket_;
+        callDriver(); // finds the arrival once the lock is free
         news_.arrivals.push_back(std::move(arrival));
-        callDriver();
     } catch (...) {
         reason = std::current_exception();
     }
@@ -148,19 +149,27 @@ void CurlTransport::Engine::callDriver() {
         curl_multi_wakeup(multi_.get());
         return;
     }
-    self_ = shared_from_this();
     const async::HandOver here;
-    pool_.post(async::Job{&Engine::drive, this});
+    self_ = shared_from_this(); // before the drive, which may run at once
+    try {
+        pool_.post(async::Job{&Engine::drive, this});
+    } catch (...) {
+        self_.reset();
+        throw;
+    }
 }
 
 void CurlTransport::Engine::drive(void* engine) noexcept {
     constexpr int longestWait = 3'600'000; // ms; libcurl's own timers and the wake-up come before
+    constexpr auto pauseWithoutPoll = std::chrono::milliseconds(10); // without memory, say
     const std::shared_ptr<Engine> self = static_cast<Engine*>(engine)->shared_from_this();
     if (!self->beginDrive()) {
         return;
     }
     while (self->advance()) {
-        curl_multi_poll(self->multi_.get(), nullptr, 0, longestWait, nullptr);
+        if (curl_multi_poll(self->multi_.get(), nullptr, 0, longestWait, nullptr) != CURLM_OK) {
+            std::this_thread::sleep_for(pauseWithoutPoll);
+        }
     }
     self->endDrive();
 }
@@ -216,7 +225,7 @@ CurlTransport::Engine::Leave CurlTransport::Engine::leaveIfDone() {
 }
 
 void CurlTransport::Engine::tell(const Exchanges& ended) {
-    for (const auto& [ticket, exchange] : ended) {
+    for (const auto& exchange : ended) {
         exchange->tell();
     }
 }
@@ -242,26 +251,26 @@ void CurlTransport::Engine::begin(Arrival arrival) {
         auto exchange =
             std::make_unique<CurlExchange>(*arrival.pending, std::move(arrival.file), takeHandle(), limits_);
         exchange->prepare();
-        CURL* const handle = exchange->handle();
-        exchanges_.emplace(arrival.ticket, std::move(exchange));
-        if (curl_multi_add_handle(multi_.get(), handle) != CURLM_OK) {
+        exchanges_.reserve(exchanges_.size() + 1);
+        if (curl_multi_add_handle(multi_.get(), exchange->handle()) != CURLM_OK) {
             throw TransportError("The request could not be started");
         }
+        exchanges_.push_back(std::move(exchange));
     } catch (...) {
         reason = std::current_exception();
     }
     if (reason) {
-        exchanges_.erase(arrival.ticket);
         arrival.pending->fail(std::move(reason));
     }
 }
 
 void CurlTransport::Engine::abort(std::uint64_t ticket) {
-    const auto place = exchanges_.find(ticket);
+    const auto place = std::ranges::find_if(exchanges_, [&](const auto& one) { return one->ticket() == ticket; });
     if (place != exchanges_.end()) {
-        curl_multi_remove_handle(multi_.get(), place->second->handle()); // closes its connection
-        place->second->fail(std::make_exception_ptr(async::Cancelled()));
-        retire(place);
+        CurlExchange& exchange = **place;
+        curl_multi_remove_handle(multi_.get(), exchange.handle()); // closes its connection
+        exchange.fail(std::make_exception_ptr(async::Cancelled()));
+        retire(exchange);
     }
 }
 
@@ -270,12 +279,11 @@ void CurlTransport::Engine::settleFinished() {
     while (const CURLMsg* const message = curl_multi_info_read(multi_.get(), &left)) {
         char* exchange = nullptr;
         curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &exchange);
-        settle(exchanges_.find(reinterpret_cast<CurlExchange*>(exchange)->ticket()), message->data.result);
+        settle(*reinterpret_cast<CurlExchange*>(exchange), message->data.result);
     }
 }
 
-void CurlTransport::Engine::settle(Exchanges::iterator place, CURLcode result) {
-    CurlExchange& exchange = *place->second;
+void CurlTransport::Engine::settle(CurlExchange& exchange, CURLcode result) {
     curl_multi_remove_handle(multi_.get(), exchange.handle());
     if (exchange.goesOn(result)) {
         if (curl_multi_add_handle(multi_.get(), exchange.handle()) == CURLM_OK) {
@@ -283,15 +291,17 @@ void CurlTransport::Engine::settle(Exchanges::iterator place, CURLcode result) {
         }
         exchange.fail(std::make_exception_ptr(TransportError("The redirected request could not be started")));
     }
-    retire(place);
+    retire(exchange);
 }
 
-void CurlTransport::Engine::retire(Exchanges::iterator place) {
-    CurlHandle handle = place->second->takeHandle();
+void CurlTransport::Engine::retire(CurlExchange& exchange) {
+    CurlHandle handle = exchange.takeHandle();
     if (idleHandles_.size() < keptHandles) {
         idleHandles_.push_back(std::move(handle));
     }
-    ended_.insert(exchanges_.extract(place));
+    const auto place = std::ranges::find(exchanges_, &exchange, &std::unique_ptr<CurlExchange>::get);
+    ended_.push_back(std::move(*place));
+    exchanges_.erase(place);
 }
 
 CurlHandle CurlTransport::Engine::takeHandle() {
@@ -308,7 +318,7 @@ CurlHandle CurlTransport::Engine::takeHandle() {
 }
 
 void CurlTransport::Engine::dropAll() {
-    for (const auto& [ticket, exchange] : exchanges_) {
+    for (const auto& exchange : exchanges_) {
         curl_multi_remove_handle(multi_.get(), exchange->handle());
     }
     exchanges_.clear();

@@ -4,8 +4,8 @@
 
 #include <unicode/brkiter.h>
 #include <unicode/uchar.h>
-#include <unicode/unistr.h>
 #include <unicode/utext.h>
+#include <unicode/utf8.h>
 
 #include <algorithm>
 #include <memory>
@@ -57,9 +57,12 @@ std::vector<std::string_view> characters(std::string_view text) {
 }
 
 bool isLetterOrNumber(std::string_view character) {
-    // What is no UTF-8 becomes U+FFFD, and nothing a noncharacter: neither is a letter.
-    const UChar32 first = icu::UnicodeString::fromUTF8(icu::StringPiece(character)).char32At(0);
-    return (U_GET_GC_MASK(first) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
+    UChar32 first = U_SENTINEL; // stays where there is no character, and stands for what is no UTF-8
+    if (!character.empty()) {
+        std::int32_t at = 0;
+        U8_NEXT(character.data(), at, static_cast<std::int32_t>(character.size()), first);
+    }
+    return first >= 0 && (U_GET_GC_MASK(first) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
 }
 
 } // namespace platform

@@ -56,12 +56,7 @@ icu::UnicodeString withoutNonspacingMarks(const icu::UnicodeString& decomposed) 
 } // namespace
 
 CaseRules currentCaseRules() {
-    return caseRulesOf(icu::Locale::getDefault().getName());
-}
-
-CaseRules caseRulesOf(const char* locale) {
-    const icu::Locale parsed(locale);
-    const std::string_view language = parsed.getLanguage();
+    const std::string_view language = icu::Locale::getDefault().getLanguage();
     return language == "tr" || language == "az" ? CaseRules::turkic : CaseRules::standard;
 }
 

@@ -10,8 +10,6 @@ enum class CaseRules { standard, turkic };
 
 // The rules of the locale that the process runs under (LC_ALL, LC_MESSAGES, LANG), as ICU understands it.
 [[nodiscard]] CaseRules currentCaseRules();
-// The rules of a locale by its name, as in "tr_TR" or "az-Latn".
-[[nodiscard]] CaseRules caseRulesOf(const char* locale);
 
 // `text` without diacritics and without case: decomposed (NFD), its nonspacing marks (class Mn) taken away,
 // case-folded, composed again (NFC) and lower-cased without regard to the locale. So composed and decomposed spellings
