@@ -49,7 +49,7 @@ Watch::~Watch() {
 
 // This thread begins the reader, which takes its working folder over.
 std::shared_ptr<const WatchCalls> Watch::observedCalls() const {
-    const WatchCalls kernel = WatchCalls::kernel(WatchCalls::standAmongDescriptors());
+    const WatchCalls kernel = WatchCalls::kernel(WatchCalls::takeOwnWorkingFolder());
     auto calls = std::make_shared<WatchCalls>(kernel);
     calls->watch = [kernel, setUp = setUp_](int instance, int folder) {
         const int watch = kernel.watch(instance, folder);

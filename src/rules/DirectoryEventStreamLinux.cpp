@@ -37,7 +37,7 @@ constexpr int visitsAtOnce = 64;
 constexpr auto longestUnwakeableSleep = 1s;
 
 std::shared_ptr<const WatchCalls> kernelCalls() {
-    return std::make_shared<const WatchCalls>(WatchCalls::kernel(WatchCalls::standAmongDescriptors()));
+    return std::make_shared<const WatchCalls>(WatchCalls::kernel(WatchCalls::takeOwnWorkingFolder()));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <dirent.h>
 #include <sched.h>
@@ -18,24 +19,41 @@ namespace {
 constexpr std::uint32_t changes = IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB | IN_CREATE | IN_DELETE | IN_MOVED_FROM |
                                   IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF;
 
-constexpr const char* descriptorFolder = "/proc/self/fd";
+int addWatch(int instance, const char* name) {
+    return ::inotify_add_watch(instance, name, changes | IN_ONLYDIR | IN_EXCL_UNLINK);
+}
+
+// Its name in /proc is as good as an open folder: no link, no rename comes between.
+int watchByDescriptor(int instance, int folder) {
+    std::array<char, 64> name{};
+    fmt::format_to_n(name.data(), name.size() - 1, "/proc/self/fd/{}", folder);
+    return addWatch(instance, name.data());
+}
+
+// Stepping into a folder takes the right to pass through it, which watching it does not. Out again at once: a working
+// folder keeps its file system from being unmounted.
+int watchFromWithin(int instance, int folder) {
+    if (::fchdir(folder) != 0) {
+        return watchByDescriptor(instance, folder);
+    }
+    const int watch = addWatch(instance, ".");
+    const int error = errno;
+    (void)::chdir("/");
+    errno = error;
+    return watch;
+}
 
 } // namespace
 
-bool WatchCalls::standAmongDescriptors() {
-    return ::unshare(CLONE_FS) == 0 && ::chdir(descriptorFolder) == 0;
+bool WatchCalls::takeOwnWorkingFolder() {
+    return ::unshare(CLONE_FS) == 0;
 }
 
-WatchCalls WatchCalls::kernel(bool standsAmongDescriptors) {
-    // There is no call that takes an open folder, but its name in /proc is as good: no link, no rename comes between.
-    const auto watch = [prefix = standsAmongDescriptors ? "." : descriptorFolder](int instance, int folder) {
-        std::array<char, 64> name{};
-        fmt::format_to_n(name.data(), name.size() - 1, "{}/{}", prefix, folder);
-        return ::inotify_add_watch(instance, name.data(), changes | IN_ONLYDIR | IN_EXCL_UNLINK);
-    };
+// There is no call that takes an open folder.
+WatchCalls WatchCalls::kernel(bool hasOwnWorkingFolder) {
     return {
         .createInstance = [] { return ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK); },
-        .watch = watch,
+        .watch = hasOwnWorkingFolder ? watchFromWithin : watchByDescriptor,
         .unwatch = ::inotify_rm_watch,
         .read = [](int instance,
                    std::span<std::byte> buffer) { return ::read(instance, buffer.data(), buffer.size()); },

@@ -21,10 +21,10 @@ struct WatchCalls {
     // getdents64(2): fills `buffer` with entries; 0 at the end.
     std::function<ssize_t(int folder, std::span<std::byte> buffer)> list;
 
-    // Gives the calling thread a working folder of its own, the one that names the process's descriptors: watching an
-    // open folder then takes two thirds of the time. False, with nothing lost, where a sandbox forbids it.
-    static bool standAmongDescriptors();
-    static WatchCalls kernel(bool standsAmongDescriptors = false);
+    // Gives the calling thread a working folder of its own, so that it may step into the folder to watch: that takes
+    // two thirds of the time. False, with nothing lost, where a sandbox forbids it.
+    static bool takeOwnWorkingFolder();
+    static WatchCalls kernel(bool hasOwnWorkingFolder = false);
 };
 
 } // namespace veskline
