@@ -68,7 +68,7 @@ std::string documentName(std::int64_t folder, std::int64_t file) {
 
 } // namespace
 
-WorkFolder::WorkFolder(const Interrupt& interrupt) : interrupt_(interrupt), path_(place() + "/veskline-bench.XXXXXX") {
+WorkFolder::WorkFolder(const Interrupt& interrupt) : interrupt_(interrupt), path_(place() + "/bench.XXXXXX") {
     if (mkdtemp(path_.data()) == nullptr) {
         fail(path_);
     }

@@ -1,5 +1,6 @@
 #include "platform/files/DirectoryWalk.h"
 #include "platform/files/Paths.h"
+#include "platform/text/Ascii.h"
 #include "platform/text/Utf8.h"
 #include "rules/FileRules.h"
 
@@ -25,15 +26,6 @@ constexpr std::array<ContentType, 7> contentTypes{{
     {"rtf", "application/rtf"},
 }};
 
-constexpr char lowerAscii(char c) noexcept {
-    return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-}
-
-// `lower` is ASCII in lower case, as all our tables are.
-bool equalsInAnyCase(std::string_view text, std::string_view lower) noexcept {
-    return text.size() == lower.size() && std::ranges::equal(text, lower, {}, lowerAscii);
-}
-
 template <std::size_t Size>
 bool contains(const std::array<std::string_view, Size>& table, std::string_view name) noexcept {
     return std::ranges::find(table, name) != table.end();
@@ -43,7 +35,7 @@ bool contains(const std::array<std::string_view, Size>& table, std::string_view 
 bool hasExcludedSuffix(std::string_view name) noexcept {
     const std::size_t dot = name.rfind('.');
     return dot != std::string_view::npos && std::ranges::any_of(excludedSuffixes, [&](std::string_view suffix) {
-               return equalsInAnyCase(name.substr(dot), suffix);
+               return platform::equalsInAnyCase(name.substr(dot), suffix);
            });
 }
 
@@ -54,7 +46,7 @@ bool hasExcludedName(std::string_view name) noexcept {
 bool hasSupportedExtension(std::string_view name) noexcept {
     const std::string_view extension = platform::nameExtension(name);
     return std::ranges::any_of(supportedExtensions,
-                               [&](std::string_view supported) { return equalsInAnyCase(extension, supported); });
+                               [&](std::string_view supported) { return platform::equalsInAnyCase(extension, supported); });
 }
 
 std::string_view below(std::string_view url, std::string_view root) noexcept {
@@ -114,7 +106,7 @@ bool isSupported(std::string_view url) {
 std::string mimeType(std::string_view url) {
     const std::string_view extension = platform::pathExtension(url);
     for (const ContentType& type : contentTypes) {
-        if (equalsInAnyCase(extension, type.extension)) {
+        if (platform::equalsInAnyCase(extension, type.extension)) {
             return std::string(type.mimeType);
         }
     }

@@ -76,16 +76,6 @@ const std::string& prepared(const StorePlace& place) {
     return place.path;
 }
 
-FileStateRow kept(const FileStateRowView& row) {
-    return {.path = std::string(row.path),
-            .rootPath = std::string(row.rootPath),
-            .logicalPath = std::string(row.logicalPath),
-            .storageKey = std::string(row.storageKey),
-            .sha256 = std::string(row.sha256),
-            .bytes = row.bytes,
-            .mtimeMilliseconds = row.mtimeMilliseconds};
-}
-
 } // namespace
 
 void LocalDatabase::CloseConnection::operator()(sqlite3* connection) const noexcept {
@@ -132,12 +122,12 @@ async::Task<std::optional<FileStateRow>> LocalDatabase::fileRecord(std::string p
     if (sqlite3_step(statement.get()) != SQLITE_ROW) {
         co_return std::nullopt;
     }
-    co_return kept(makeRow(statement.get()));
+    co_return makeRow(statement.get()).row();
 }
 
 async::Task<std::vector<FileStateRow>> LocalDatabase::rows(std::string rootPath) {
     std::vector<FileStateRow> result;
-    visitRows(rootPath, [&result](const FileStateRowView& row) { result.push_back(kept(row)); });
+    visitRows(rootPath, [&result](const FileStateRowView& row) { result.push_back(row.row()); });
     co_return result;
 }
 

@@ -1,5 +1,7 @@
 #include "sync/StateRows.h"
 
+#include "platform/files/FileDigest.h"
+
 #include <algorithm>
 #include <optional>
 
@@ -26,15 +28,7 @@ void StateRows::add(const FileStateRowView& row) {
                              .digest = digestOf(row.sha256)};
         return;
     }
-    gone_.push_back(FileStateRow{
-        .path = std::string(row.path),
-        .rootPath = std::string(row.rootPath),
-        .logicalPath = std::string(row.logicalPath),
-        .storageKey = std::string(row.storageKey),
-        .sha256 = std::string(row.sha256),
-        .bytes = row.bytes,
-        .mtimeMilliseconds = row.mtimeMilliseconds,
-    });
+    gone_.push_back(row.row());
 }
 
 bool StateRows::has(std::size_t index, const platform::FileAttributes& attributes) const noexcept {
@@ -43,15 +37,8 @@ bool StateRows::has(std::size_t index, const platform::FileAttributes& attribute
 
 std::string StateRows::sha256(std::size_t index) const {
     const Digest& digest = kept_[index].digest;
-    std::string text;
-    if (std::ranges::all_of(digest, [](std::uint8_t byte) { return byte == otherText; })) {
-        return text;
-    }
-    for (const std::uint8_t byte : digest) {
-        text += digits[byte >> 4U];
-        text += digits[byte & 0xFU];
-    }
-    return text;
+    const bool isOther = std::ranges::all_of(digest, [](std::uint8_t byte) { return byte == otherText; });
+    return isOther ? std::string() : platform::hexadecimal(digest);
 }
 
 // Only what would be written in the same way again counts as a digest.

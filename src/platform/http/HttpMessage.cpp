@@ -1,21 +1,13 @@
 #include "platform/http/HttpMessage.h"
 
-#include <algorithm>
+#include "platform/text/Ascii.h"
+
 #include <utility>
 
 namespace platform {
 
-namespace {
-
-// Without the user's locale: header names are ASCII.
-char lowered(char character) noexcept {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-} // namespace
-
 bool isSameHeader(std::string_view one, std::string_view other) noexcept {
-    return std::ranges::equal(one, other, {}, lowered, lowered);
+    return equalsInAnyCase(one, other);
 }
 
 void HttpRequest::setHeader(std::string name, std::string value) {

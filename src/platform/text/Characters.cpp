@@ -1,5 +1,6 @@
 #include "platform/text/Characters.h"
 
+#include "platform/text/Ascii.h"
 #include "platform/text/IcuError.h"
 
 #include <unicode/brkiter.h>
@@ -7,7 +8,6 @@
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
 
-#include <algorithm>
 #include <memory>
 
 namespace platform {
@@ -16,7 +16,7 @@ namespace {
 
 // Each ASCII character stands alone, but for the line break of two.
 bool isSimple(std::string_view text) {
-    return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80 && c != '\r'; });
+    return isAscii(text) && !text.contains('\r');
 }
 
 // Made once a thread: it takes longer to make one than to read a name with it.

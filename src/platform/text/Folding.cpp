@@ -1,5 +1,6 @@
 #include "platform/text/Folding.h"
 
+#include "platform/text/Ascii.h"
 #include "platform/text/IcuError.h"
 
 #include <unicode/locid.h>
@@ -12,18 +13,6 @@
 namespace platform {
 
 namespace {
-
-bool isAscii(std::string_view text) {
-    return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-std::string lowerAscii(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) {
-        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    }
-    return lower;
-}
 
 icu::UnicodeString normalized(const icu::UnicodeString& text, bool composed) {
     UErrorCode status = U_ZERO_ERROR;
@@ -63,7 +52,9 @@ CaseRules currentCaseRules() {
 std::string folded(std::string_view text, CaseRules rules) {
     const bool isPlain = rules == CaseRules::standard || !text.contains('I');
     if (isPlain && isAscii(text)) {
-        return lowerAscii(text);
+        std::string lower(text);
+        std::ranges::transform(text, lower.begin(), lowerAscii);
+        return lower;
     }
     auto letters = icu::UnicodeString::fromUTF8(icu::StringPiece(text));
     if (rules == CaseRules::turkic) {

@@ -29,6 +29,17 @@ struct FileStateRowView {
     std::string_view sha256;
     std::int64_t bytes = 0;
     double mtimeMilliseconds = 0;
+
+    // One to keep.
+    [[nodiscard]] FileStateRow row() const {
+        return {.path = std::string(path),
+                .rootPath = std::string(rootPath),
+                .logicalPath = std::string(logicalPath),
+                .storageKey = std::string(storageKey),
+                .sha256 = std::string(sha256),
+                .bytes = bytes,
+                .mtimeMilliseconds = mtimeMilliseconds};
+    }
 };
 
 } // namespace veskline
