@@ -1,6 +1,6 @@
 #include "platform/async/PostCall.h"
+#include "platform/files/OpenDescriptor.h"
 #include "rules/DirectoryEventStream.h"
-#include "rules/OpenDescriptor.h"
 #include "rules/PathBatch.h"
 #include "rules/StartMoment.h"
 #include "rules/WatchCalls.h"
@@ -75,7 +75,7 @@ public:
     }
 
 private:
-    const OpenDescriptor wake_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    const platform::OpenDescriptor wake_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     std::mutex mutex_;
     std::atomic<bool> isOver_ = false;
     std::atomic<bool> isDelivering_ = false;

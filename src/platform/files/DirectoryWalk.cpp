@@ -1,5 +1,6 @@
 #include "platform/files/DirectoryWalk.h"
 
+#include "platform/files/OpenDescriptor.h"
 #include "platform/files/Paths.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 namespace platform::DirectoryWalk {
@@ -17,32 +17,10 @@ namespace {
 
 constexpr std::size_t bufferBytes = 65536;
 constexpr std::size_t mostOpenFolders = 63; // one more is open while it is listed
-constexpr int openFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-
-class Descriptor {
-public:
-    Descriptor() noexcept = default;
-    explicit Descriptor(int number) noexcept : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    ~Descriptor() {
-        if (number_ >= 0) {
-            ::close(number_);
-        }
-    }
-    [[nodiscard]] int number() const noexcept { return number_; }
-    [[nodiscard]] bool isOpen() const noexcept { return number_ >= 0; }
-
-private:
-    int number_ = -1;
-};
 
 // A folder whose entries are listed and some of whose subfolders are still to be entered.
 struct Folder {
-    Descriptor descriptor; // closed while the walk is far below
+    OpenDescriptor descriptor; // closed while the walk is far below
     dev_t device;
     ino_t inode;
     std::size_t pathLength;
@@ -52,14 +30,6 @@ struct Folder {
 bool isGone(int error) {
     // ENOTDIR and ELOOP: something else took the folder's place.
     return error == ENOENT || error == ENOTDIR || error == ELOOP;
-}
-
-Descriptor openFolder(int parent, const char* name, int moreFlags) {
-    int number = -1;
-    do {
-        number = ::openat(parent, name, openFlags | moreFlags);
-    } while (number < 0 && errno == EINTR);
-    return Descriptor(number);
 }
 
 class Walk {
@@ -97,7 +67,7 @@ private:
     void fail(int error) { fail(std::generic_category().message(error)); }
 
     void enterRoot() {
-        Descriptor root = openFolder(AT_FDCWD, root_.c_str(), 0);
+        OpenDescriptor root = OpenDescriptor::folder(AT_FDCWD, root_.c_str());
         if (root.isOpen()) {
             enter(std::move(root));
         } else {
@@ -112,7 +82,8 @@ private:
         const std::size_t length = path_.size();
         path_.append("/").append(waiting_, start);
         waiting_.resize(start);
-        Descriptor folder = openFolder(parent.descriptor.number(), path_.c_str() + length + 1, O_NOFOLLOW);
+        const char* const name = path_.c_str() + length + 1;
+        OpenDescriptor folder = OpenDescriptor::folder(parent.descriptor.number(), name, O_NOFOLLOW);
         if (folder.isOpen()) {
             enter(std::move(folder));
         } else if (const int error = errno; !isGone(error)) {
@@ -122,7 +93,7 @@ private:
     }
 
     // Lists the folder that path_ names; it stays on the way if there is more to see below it.
-    void enter(Descriptor descriptor) {
+    void enter(OpenDescriptor descriptor) {
         struct stat found{};
         if (calls_.stat(descriptor.number(), "", found) != 0) {
             return fail(errno);
@@ -142,7 +113,7 @@ private:
         }
     }
 
-    bool mayEnter(const Descriptor& descriptor, const struct stat& found) {
+    bool mayEnter(const OpenDescriptor& descriptor, const struct stat& found) {
         const auto isSame = [&](const Folder& folder) {
             return folder.inode == found.st_ino && folder.device == found.st_dev;
         };
@@ -166,7 +137,7 @@ private:
     // Keeps the number of descriptors down: of the folders on the way, the deepest ones are open.
     void closeFarthest() {
         if (folders_.size() - firstOpen_ == mostOpenFolders) {
-            folders_[firstOpen_++].descriptor = Descriptor();
+            folders_[firstOpen_++].descriptor = OpenDescriptor();
         }
     }
 
@@ -187,9 +158,9 @@ private:
         }
     }
 
-    int reopen(Folder& parent, const Descriptor& child) {
+    int reopen(Folder& parent, const OpenDescriptor& child) {
         struct stat found{};
-        Descriptor folder = openFolder(child.number(), "..", O_NOFOLLOW);
+        OpenDescriptor folder = OpenDescriptor::folder(child.number(), "..", O_NOFOLLOW);
         if (!folder.isOpen() || calls_.stat(folder.number(), "", found) != 0) {
             return errno;
         }

@@ -2,6 +2,7 @@
 
 #include "platform/files/DigestAlgorithm.h"
 #include "platform/files/FileError.h"
+#include "platform/files/OpenDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -25,23 +26,19 @@ std::array<unsigned char, Size> finish(DigestAlgorithm::Running& running) {
     return digest;
 }
 
-// A regular file open for reading. Opening a pipe or a device must neither wait nor do anything to it.
+// A regular file open for reading.
 class OpenFile {
 public:
-    explicit OpenFile(const std::string& path)
-        : path_(path), descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
-        if (descriptor_ < 0) {
+    explicit OpenFile(const std::string& path) : path_(path), descriptor_(OpenDescriptor::file(path.c_str())) {
+        if (!descriptor_.isOpen()) {
             throw FileError(path, "opened", errno);
         }
     }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile() { ::close(descriptor_); }
 
     // Throws where it is no regular file.
     [[nodiscard]] std::size_t size() const {
         struct stat found{};
-        if (::fstat(descriptor_, &found) != 0) {
+        if (::fstat(descriptor_.number(), &found) != 0) {
             throw FileError(path_, "read", errno);
         }
         if (!S_ISREG(found.st_mode)) {
@@ -50,7 +47,7 @@ public:
         const auto size = static_cast<std::size_t>(found.st_size);
         if (size > blockBytes) {
             // Only a hint, so its failure says nothing.
-            ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
+            ::posix_fadvise(descriptor_.number(), 0, 0, POSIX_FADV_SEQUENTIAL);
         }
         return size;
     }
@@ -58,7 +55,7 @@ public:
     std::size_t read(std::span<unsigned char> block) const {
         ssize_t count = -1;
         do {
-            count = ::read(descriptor_, block.data(), block.size());
+            count = ::read(descriptor_.number(), block.data(), block.size());
         } while (count < 0 && errno == EINTR);
         if (count < 0) {
             throw FileError(path_, "read", errno);
@@ -68,7 +65,7 @@ public:
 
 private:
     const std::string& path_;
-    int descriptor_;
+    OpenDescriptor descriptor_;
 };
 
 } // namespace

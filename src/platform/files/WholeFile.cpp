@@ -2,6 +2,7 @@
 
 #include "platform/files/FileError.h"
 #include "platform/files/FileOwnership.h"
+#include "platform/files/OpenDescriptor.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -16,20 +17,6 @@ namespace platform {
 
 namespace {
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) noexcept : number_(number) {}
-    ~Descriptor() { (void)close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int number() const noexcept { return number_; }
-    [[nodiscard]] bool close() noexcept { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
-
-private:
-    int number_;
-};
-
 // The file that the new content goes to first; gone again unless it was moved into place.
 // After a failure errno tells the reason until the next call.
 class TemporaryFile {
@@ -38,7 +25,7 @@ public:
     explicit TemporaryFile(std::string path)
         : path_(std::move(path)),
           descriptor_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600)),
-          isOurs_(descriptor_.number() >= 0) {}
+          isOurs_(descriptor_.isOpen()) {}
     ~TemporaryFile() {
         if (isOurs_) {
             ::unlink(path_.c_str());
@@ -70,7 +57,7 @@ public:
 
 private:
     std::string path_;
-    Descriptor descriptor_;
+    OpenDescriptor descriptor_;
     bool isOurs_;
 };
 
@@ -82,8 +69,8 @@ std::string folderOf(const std::string& path) {
 // Makes a rename or a removal survive a loss of power. It has happened for everybody already, so there is nothing to
 // take back where the file system cannot do this.
 void syncFolderOf(const std::string& path) {
-    const Descriptor folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.number() >= 0) {
+    const OpenDescriptor folder = OpenDescriptor::folder(AT_FDCWD, folderOf(path));
+    if (folder.isOpen()) {
         (void)::fsync(folder.number());
     }
 }
@@ -124,11 +111,10 @@ bool readAll(int file, std::size_t expected, std::size_t most, std::string& cont
 WholeFile::WholeFile(std::string path, Owner owner) : path_(std::move(path)), owner_(owner) {}
 
 std::string WholeFile::read(std::size_t most) const {
-    // Not blocking, so that a pipe in the file's place cannot hold us up; files take no notice of it.
     const int noLink = owner_ == Owner::thisUser ? O_NOFOLLOW : 0;
-    const Descriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | noLink));
+    const OpenDescriptor file = OpenDescriptor::file(path_.c_str(), noLink);
     struct stat attributes{};
-    if (file.number() < 0 || ::fstat(file.number(), &attributes) != 0) {
+    if (!file.isOpen() || ::fstat(file.number(), &attributes) != 0) {
         throw FileError(path_, "opened", errno);
     }
     if (owner_ == Owner::thisUser && !isOwnRegularFile(attributes)) {

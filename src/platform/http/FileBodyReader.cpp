@@ -2,7 +2,6 @@
 
 #include "platform/files/FileError.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,10 +14,9 @@ namespace platform {
 
 namespace {
 
-// Without O_NONBLOCK a pipe would hold the thread until somebody writes to it; a regular file takes no notice.
-int openForReading(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0) {
+OpenDescriptor openForReading(const std::string& path) {
+    OpenDescriptor descriptor = OpenDescriptor::file(path.c_str());
+    if (!descriptor.isOpen()) {
         throw FileError(path, "opened", errno);
     }
     return descriptor;
@@ -37,18 +35,8 @@ std::int64_t sizeOf(int descriptor, const std::string& path) {
 
 } // namespace
 
-FileBodyReader::FileBodyReader(std::string path) : path_(std::move(path)), descriptor_(openForReading(path_)) {
-    try {
-        size_ = sizeOf(descriptor_, path_);
-    } catch (...) {
-        ::close(descriptor_);
-        throw;
-    }
-}
-
-FileBodyReader::~FileBodyReader() {
-    ::close(descriptor_);
-}
+FileBodyReader::FileBodyReader(std::string path)
+    : path_(std::move(path)), descriptor_(openForReading(path_)), size_(sizeOf(descriptor_.number(), path_)) {}
 
 std::size_t FileBodyReader::read(std::span<char> buffer) {
     const auto wanted = std::min<std::uint64_t>(buffer.size(), static_cast<std::uint64_t>(size_ - offset_));
@@ -57,7 +45,7 @@ std::size_t FileBodyReader::read(std::span<char> buffer) {
     }
     ssize_t count = 0;
     do {
-        count = ::pread(descriptor_, buffer.data(), wanted, offset_);
+        count = ::pread(descriptor_.number(), buffer.data(), wanted, offset_);
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
         throw FileError(path_, "read", errno);

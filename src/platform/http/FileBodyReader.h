@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/files/OpenDescriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -15,9 +17,6 @@ public:
     // Throws FileError for a file that cannot be opened, and for anything but a regular file: it never waits for the
     // other end of a pipe.
     explicit FileBodyReader(std::string path);
-    ~FileBodyReader();
-    FileBodyReader(const FileBodyReader&) = delete;
-    FileBodyReader& operator=(const FileBodyReader&) = delete;
 
     [[nodiscard]] std::int64_t size() const noexcept { return size_; }
 
@@ -30,8 +29,8 @@ public:
 
 private:
     std::string path_;
-    int descriptor_;
-    std::int64_t size_ = 0;
+    OpenDescriptor descriptor_;
+    std::int64_t size_;
     std::int64_t offset_ = 0;
 };
 
