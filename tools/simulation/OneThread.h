@@ -8,11 +8,9 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
-#include <exception>
 #include <optional>
 #include <random>
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
 
 namespace veskline::testing {
@@ -73,20 +71,11 @@ public:
     // Runs `body()` to its end, moving the time on where everything waits for it.
     template <class Body>
     auto run(Body body) {
-        using T = decltype(body().take());
-        std::exception_ptr error;
-        std::optional<std::conditional_t<std::is_void_v<T>, bool, T>> result;
-        const async::TaskHandle task = async::spawn(executor(), [&]() -> async::Task<> {
-            try {
-                if constexpr (std::is_void_v<T>) {
-                    co_await body();
-                } else {
-                    result.emplace(co_await body());
-                }
-            } catch (...) {
-                error = std::current_exception();
-            }
-        });
+        return async::runToEnd(executor(), std::move(body), [this](const async::TaskHandle& task) { waitFor(task); });
+    }
+
+private:
+    void waitFor(const async::TaskHandle& task) {
         for (settle(); !task.hasEnded(); settle()) {
             const auto next = timers_.nextDue();
             if (!next) {
@@ -95,15 +84,7 @@ public:
             moveTo(*next);
             timers_.fireNextDue(now_);
         }
-        if (error) {
-            std::rethrow_exception(error);
-        }
-        if constexpr (!std::is_void_v<T>) {
-            return std::move(*result);
-        }
     }
-
-private:
     static void post(void* self, async::Job job) { static_cast<OneThread*>(self)->jobs_.push_back(job); }
     void moveTo(async::Instant at) {
         if (at > now_) {

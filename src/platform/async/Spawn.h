@@ -118,14 +118,15 @@ template <class Body>
     return handle;
 }
 
-// Runs `body()` on `executor` and blocks until it has ended; gives its result or throws its failure. For tools and
-// tests, on a thread that the body does not need.
-template <class Body>
-auto runBlocking(Executor executor, Body body) {
+// Runs `body()` on `executor`, calls `wait` with its handle, which returns once it has ended, and gives its result or
+// throws its failure. What `wait` throws goes to the caller; the task must not go on then, since its result has no
+// place.
+template <class Body, class Wait>
+auto runToEnd(Executor executor, Body body, Wait wait) {
     using T = decltype(body().take());
     std::exception_ptr error;
     std::optional<std::conditional_t<std::is_void_v<T>, bool, T>> result;
-    spawn(executor, [&]() -> Task<> {
+    wait(spawn(executor, [&]() -> Task<> {
         try {
             if constexpr (std::is_void_v<T>) {
                 co_await body();
@@ -135,13 +136,19 @@ auto runBlocking(Executor executor, Body body) {
         } catch (...) {
             error = std::current_exception();
         }
-    }).waitBlocking();
+    }));
     if (error) {
         std::rethrow_exception(error);
     }
     if constexpr (!std::is_void_v<T>) {
         return std::move(*result);
     }
+}
+
+// The same, blocking until the end. For tools and tests, on a thread that the body does not need.
+template <class Body>
+auto runBlocking(Executor executor, Body body) {
+    return runToEnd(executor, std::move(body), [](const TaskHandle& task) { task.waitBlocking(); });
 }
 
 } // namespace async
