@@ -3,6 +3,7 @@ import QtQuick.Layouts
 import Veskline.Adapter
 import Veskline.SharedViews
 
+// E-mail, password, and the two ways on: log in or create an account. Shown on each screen until the user is signed in.
 DesktopSurface {
     id: root
     required property DesktopModelAdapter model

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Veskline.SharedViews
 
+// One fact of how the agent stands: its name over its value.
 ColumnLayout {
     id: root
     property string label

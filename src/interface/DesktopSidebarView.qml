@@ -3,6 +3,7 @@ import QtQuick.Layouts
 import Veskline.Adapter
 import Veskline.SharedViews
 
+// The name, the way to each screen, and whom this machine is signed in as.
 Rectangle {
     id: root
     required property DesktopModelAdapter model

@@ -4,6 +4,7 @@ import QtQuick.Templates as T
 import Veskline.Drawing
 import Veskline.SharedViews
 
+// The way to one screen. It is a choice of one among all of them, and says which is shown.
 T.RadioButton {
     id: root
     required property var destination

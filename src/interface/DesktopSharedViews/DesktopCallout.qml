@@ -3,6 +3,7 @@ import QtQuick.Layouts
 import Veskline.Drawing
 import Veskline.SharedViews
 
+// A sentence that is to be noticed, beside the symbol of its kind.
 DesktopBox {
     id: root
     property string text

@@ -4,6 +4,7 @@ import QtQuick.Templates as T
 import Veskline.Drawing
 import Veskline.SharedViews
 
+// A field for one line of text. Its hint is seen until something is typed.
 T.TextField {
     id: root
     property string hint: placeholderText // what is seen of it

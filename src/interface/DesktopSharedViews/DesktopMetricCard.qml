@@ -3,6 +3,7 @@ import QtQuick.Layouts
 import Veskline.Drawing
 import Veskline.SharedViews
 
+// A figure or a short text under its title, and what it means. One that is too long for the card is set smaller.
 DesktopBox {
     id: root
     property string title

@@ -2,6 +2,7 @@ pragma Singleton
 import QtQuick
 import Veskline.SharedViews
 
+// The colours of the window, by what they are for.
 QtObject {
     readonly property color page: "#F4F1E8"
     readonly property color surface: "#FBF9F4"

@@ -1,5 +1,6 @@
 import Veskline.SharedViews
 
+// For the operation that a screen is there for.
 DesktopButton {
     fill: DesktopPalette.accent
     isRaised: true

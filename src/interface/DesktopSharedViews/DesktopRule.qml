@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Veskline.SharedViews
 
+// A thin line between two blocks of content.
 Rectangle {
     Layout.fillWidth: true
     implicitHeight: 1

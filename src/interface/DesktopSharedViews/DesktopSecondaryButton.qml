@@ -1,5 +1,6 @@
 import Veskline.SharedViews
 
+// For all other operations.
 DesktopButton {
     fill: DesktopPalette.surfaceStrong
 }

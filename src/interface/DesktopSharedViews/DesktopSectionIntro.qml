@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Veskline.SharedViews
 
+// How a screen begins: its kicker, its title in large type, and a sentence about it.
 ColumnLayout {
     id: root
     property string eyebrow

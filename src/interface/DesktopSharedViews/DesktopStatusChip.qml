@@ -1,6 +1,7 @@
 import QtQuick
 import Veskline.SharedViews
 
+// A state in a word or two, beside a dot in the colour of its kind.
 Item {
     id: root
     property string text

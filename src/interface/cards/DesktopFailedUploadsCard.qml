@@ -3,6 +3,7 @@ import QtQuick.Layouts
 import Veskline.Adapter
 import Veskline.SharedViews
 
+// The uploads that the hosted side could not take in, each with its reason, and the button to try them again.
 DesktopSurface {
     id: root
     required property DesktopModelAdapter model

@@ -3,6 +3,7 @@ import QtQuick.Layouts
 import Veskline.Adapter
 import Veskline.SharedViews
 
+// How far the documents have come: the scan here, then the worker on the hosted side.
 DesktopSurface {
     id: root
     required property DesktopModelAdapter model

@@ -3,6 +3,7 @@ import QtQuick.Layouts
 import Veskline.Adapter
 import Veskline.SharedViews
 
+// One failed upload: the file, the reason, and when it last failed.
 DesktopListRow {
     id: root
     required property failedUploadText modelData
