@@ -16,16 +16,22 @@ Usage: veskline [--help | --version]
 Without a display it runs without its window and logs to standard output. While it runs,
 another start for the same state folder shows the window of the first and ends.
 
-Variables:
+Environment:
   SUPABASE_URL, SUPABASE_ANON_KEY, DASHBOARD_URL
-                           the hosted project; else the file public-config.json names it
-  SUPABASE_BUCKET          its bucket of documents ("files")
-  VESK_MAX_UPLOAD_BYTES    the largest document that is uploaded
-  VESK_STATE_DIR           the folder of session, queue and state
+                           the hosted project, where all three are set; else the file
+                           public-config.json names it, and the next three are not asked
+  SUPABASE_BUCKET          its bucket of documents
+  SUPABASE_FILES_BUCKET    the same where the one above is not set; "files" by default
+  VESK_MAX_UPLOAD_BYTES    the largest document that is uploaded; 5368709120 by default
+  VESK_STATE_DIR           the folder of session, queue and state; by default
+                           VesklineNative in XDG_DATA_HOME, else in ~/.local/share
+  https_proxy, http_proxy, all_proxy, no_proxy
+                           proxies, as curl(1) has them
 
 Exit codes:
-  0  it ended as it was asked to, or another agent runs already
-  1  it could not start or go on; standard error says why
+  0  it ended by its window or a signal, or left the state folder to an agent that runs
+  1  it could not start or go on, or an agent that runs does not answer; standard error,
+     or the window, says why
   2  the command line is wrong
 
 More in veskline(1).

@@ -8,8 +8,8 @@ namespace veskline {
 // What the command line asks for. Without a word it runs the agent; each of the two words there are prints a text and
 // ends. All else that a user may choose is chosen in the window.
 struct CommandLine {
-    // Of the process: it ended as it was asked to; it could not start or go on; the command line asks for something
-    // that there isn't.
+    // Of the process: it ended as it was asked to, or left the state folder to an agent that runs; it could not start
+    // or go on; the command line asks for something that there isn't.
     enum ExitCode { ended = 0, failed = 1, misused = 2 };
 
     bool isRun = false;
