@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/files/OpenDescriptor.h"
+
 #include <QSocketNotifier>
 
 #include <sys/un.h>
@@ -26,17 +28,17 @@ public:
         anotherThatShowsItsWindow,
         anotherWithoutWindow,
         anotherThatIsSilent, // it neither answers nor ends
+        unknown,             // the wait was broken off
     };
 
     // Opens the folder. Throws platform::FileError where that can't be done.
     explicit AgentPlace(const std::string& stateFolder);
-    ~AgentPlace();
     AgentPlace(const AgentPlace&) = delete;
     AgentPlace& operator=(const AgentPlace&) = delete;
 
     // Takes the place, or asks its holder to show its window. A holder that is about to end is waited for, `patience`
-    // at most.
-    [[nodiscard]] Holder settle(std::chrono::milliseconds patience);
+    // at most; the wait is broken off as soon as the descriptor `breakOff`, where one is given, can be read.
+    [[nodiscard]] Holder settle(std::chrono::milliseconds patience, int breakOff = -1);
 
     // Answers later starts of this user from here on, in the event loop: `showWindow` shows the window and says whether
     // there is one. A start that came since the place was taken is answered first.
@@ -45,12 +47,12 @@ public:
 private:
     [[nodiscard]] bool take();
     void listen();
-    [[nodiscard]] int connectToHolder() const;
-    [[nodiscard]] Holder ask(std::chrono::milliseconds patience) const;
+    [[nodiscard]] platform::OpenDescriptor connectToName() const;
+    [[nodiscard]] Holder ask(std::chrono::milliseconds patience, int breakOff) const;
     void answer(const std::function<bool()>& showWindow) const;
 
-    int folder_;
-    int socket_ = -1;
+    platform::OpenDescriptor folder_;
+    platform::OpenDescriptor socket_; // listens, where the name could be had
     sockaddr_un name_{};
     socklen_t nameLength_ = 0;
     std::unique_ptr<QSocketNotifier> notifier_;

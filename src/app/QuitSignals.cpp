@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 
 #include <sys/signalfd.h>
-#include <unistd.h>
 
 #include <csignal>
 
@@ -31,17 +30,12 @@ QuitSignals::QuitSignals() {
         const sigset_t inherited = quitting();
         pthread_sigmask(SIG_UNBLOCK, &inherited, nullptr);
     });
-    descriptor_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-}
-
-QuitSignals::~QuitSignals() {
-    notifier_.reset();
-    close(descriptor_);
+    descriptor_ = platform::OpenDescriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 // QCoreApplication::quit() would ask the window first, which may go behind its icon instead.
 void QuitSignals::quitApplication() {
-    notifier_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
+    notifier_ = std::make_unique<QSocketNotifier>(descriptor(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, [] { QCoreApplication::exit(); });
 }
 

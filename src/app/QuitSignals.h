@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/files/OpenDescriptor.h"
+
 #include <QSocketNotifier>
 
 #include <memory>
@@ -11,15 +13,15 @@ namespace veskline {
 class QuitSignals {
 public:
     QuitSignals();
-    ~QuitSignals();
-    QuitSignals(const QuitSignals&) = delete;
-    QuitSignals& operator=(const QuitSignals&) = delete;
 
     // Has the application quit at such a signal. Called once the application object is there.
     void quitApplication();
 
+    // Can be read from the first such signal on (signalfd(2)).
+    [[nodiscard]] int descriptor() const noexcept { return descriptor_.number(); }
+
 private:
-    int descriptor_ = -1; // signalfd(2)
+    platform::OpenDescriptor descriptor_;
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 

@@ -124,7 +124,11 @@ int run(int argc, char** argv) {
     veskline::QuitSignals signals;
     std::string stateFolder;
     const std::unique_ptr<AgentPlace> place = openPlace(stateFolder);
-    const AgentPlace::Holder holder = place ? place->settle(patience) : AgentPlace::Holder::thisProcess;
+    const AgentPlace::Holder holder =
+        place ? place->settle(patience, signals.descriptor()) : AgentPlace::Holder::thisProcess;
+    if (holder == AgentPlace::Holder::unknown) {
+        return CommandLine::ended; // by a signal, before it began
+    }
     if (holder != AgentPlace::Holder::thisProcess) {
         return leaveToAnother(holder, stateFolder);
     }

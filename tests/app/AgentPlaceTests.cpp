@@ -1,12 +1,14 @@
 #include "app/AgentPlace.h"
 
 #include "platform/files/FileError.h"
+#include "platform/files/OpenDescriptor.h"
 #include "support/TemporaryFolder.h"
 #include "support/Unprivileged.h"
 
 #include <QCoreApplication>
 
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
 
 #include <future>
 #include <optional>
@@ -18,6 +20,7 @@ namespace veskline::testing {
 namespace {
 
 using Holder = AgentPlace::Holder;
+using platform::OpenDescriptor;
 
 class AgentPlaceOfOneFolder : public ::testing::Test {
 protected:
@@ -80,6 +83,16 @@ TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAlsoWhereTheFolderCanNotBeLocked) {
     EXPECT_EQ(laterStart(10s), Holder::anotherThatShowsItsWindow);
     first.reset();
     EXPECT_EQ(laterStart(0ms), Holder::thisProcess);
+}
+
+TEST_F(AgentPlaceOfOneFolder, IsNotWaitedForByWhoIsAskedToEnd) {
+    ASSERT_EQ(first->settle(0ms), Holder::thisProcess);
+    const OpenDescriptor signal(::eventfd(0, EFD_CLOEXEC));
+    std::future<Holder> later = std::async(
+        std::launch::async, [&] { return AgentPlace(folder.string()).settle(std::chrono::hours(1), signal.number()); });
+    EXPECT_EQ(later.wait_for(50ms), std::future_status::timeout);
+    ASSERT_EQ(::eventfd_write(signal.number(), 1), 0);
+    EXPECT_EQ(later.get(), Holder::unknown);
 }
 
 TEST_F(AgentPlaceOfOneFolder, SaysWhichFolderCannotBeOpened) {
