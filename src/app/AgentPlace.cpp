@@ -72,7 +72,8 @@ AgentPlace::Holder AgentPlace::settle(milliseconds patience, int breakOff) {
     using Clock = std::chrono::steady_clock;
     constexpr milliseconds pause{20};
     for (const Clock::time_point end = Clock::now() + patience;;) {
-        if (take()) {
+        const Claim claim = take();
+        if (claim == Claim::taken) {
             return Holder::thisProcess;
         }
         const auto left = std::chrono::duration_cast<milliseconds>(end - Clock::now());
@@ -84,7 +85,7 @@ AgentPlace::Holder AgentPlace::settle(milliseconds patience, int breakOff) {
             return Holder::unknown;
         }
         if (Clock::now() >= end) {
-            return holder;
+            return claim == Claim::unclear ? Holder::thisProcess : holder;
         }
     }
 }
@@ -97,17 +98,23 @@ void AgentPlace::onLaterStart(std::function<bool()> showWindow) {
     }
 }
 
-bool AgentPlace::take() {
+AgentPlace::Claim AgentPlace::take() {
     const bool isLocked = flock(folder_.number(), LOCK_EX | LOCK_NB) == 0;
     if (!isLocked && errno == EWOULDBLOCK) {
-        return false;
+        return Claim::isAnothers;
     }
     listen();
-    if (isLocked || socket_.isOpen()) {
-        return true;
-    }
+    return isLocked || socket_.isOpen() ? Claim::taken : takeByName();
+}
+
+// Where the folder knows no locks and somebody has the name. Nobody listens there for the moment between bind(2) and
+// listen(2) of another start, or where whoever has it never will, and is no agent.
+AgentPlace::Claim AgentPlace::takeByName() const {
     const OpenDescriptor holder = connectToName();
-    return !holder.isOpen() || !isOfThisUser(holder); // another user can't keep this one from starting
+    if (!holder.isOpen()) {
+        return Claim::unclear;
+    }
+    return isOfThisUser(holder) ? Claim::isAnothers : Claim::taken; // another user can't keep this one from starting
 }
 
 // Without a socket, whose name another user may have taken, later starts end all the same, only with other words.

@@ -45,7 +45,10 @@ public:
     void onLaterStart(std::function<bool()> showWindow);
 
 private:
-    [[nodiscard]] bool take();
+    enum class Claim { taken, isAnothers, unclear };
+
+    [[nodiscard]] Claim take();
+    [[nodiscard]] Claim takeByName() const;
     void listen();
     [[nodiscard]] platform::OpenDescriptor connectToName() const;
     [[nodiscard]] Holder ask(std::chrono::milliseconds patience, int breakOff) const;

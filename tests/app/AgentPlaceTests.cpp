@@ -9,7 +9,11 @@
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 
+#include <algorithm>
 #include <future>
 #include <optional>
 
@@ -34,6 +38,20 @@ protected:
             QCoreApplication::processEvents();
         }
         return holder.get();
+    }
+
+    // As a start has the folder's name for a moment: bound, and not listening yet.
+    [[nodiscard]] OpenDescriptor bindName() const {
+        struct stat status{};
+        sockaddr_un name{.sun_family = AF_UNIX, .sun_path = {}};
+        OpenDescriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        EXPECT_EQ(::stat(folder.string().c_str(), &status), 0);
+        const std::string text =
+            "veskline-agent/" + std::to_string(status.st_dev) + "/" + std::to_string(status.st_ino);
+        std::ranges::copy(text, name.sun_path + 1);
+        const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size());
+        EXPECT_EQ(::bind(socket.number(), reinterpret_cast<const sockaddr*>(&name), length), 0);
+        return socket;
     }
 
     int argc = 0;
@@ -83,6 +101,17 @@ TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAlsoWhereTheFolderCanNotBeLocked) {
     EXPECT_EQ(laterStart(10s), Holder::anotherThatShowsItsWindow);
     first.reset();
     EXPECT_EQ(laterStart(0ms), Holder::thisProcess);
+
+    const OpenDescriptor starting = bindName();
+    EXPECT_EQ(laterStart(0ms), Holder::thisProcess) << "who never listens is no agent";
+    std::future<Holder> later = std::async(std::launch::async, [&] { return AgentPlace(folder.string()).settle(10s); });
+    EXPECT_EQ(later.wait_for(50ms), std::future_status::timeout) << "who has the name may be about to listen";
+    ASSERT_EQ(::listen(starting.number(), 8), 0);
+    while (later.wait_for(1ms) == std::future_status::timeout) {
+        const OpenDescriptor asking(::accept(starting.number(), nullptr, nullptr));
+        ::send(asking.number(), "w", 1, MSG_NOSIGNAL);
+    }
+    EXPECT_EQ(later.get(), Holder::anotherThatShowsItsWindow);
 }
 
 TEST_F(AgentPlaceOfOneFolder, IsNotWaitedForByWhoIsAskedToEnd) {
