@@ -24,7 +24,7 @@ void DesktopAppModel::addFolder() {
         if (const std::shared_ptr<DesktopAppModel> model = weak.lock()) {
             model->openFolderDialog_.reset();
             if (path && path->starts_with('/')) {
-                model->addPickedFolder(platform::standardizedPath(*path));
+                model->addPickedFolder(platform::standardisedPath(*path));
             }
         }
     });

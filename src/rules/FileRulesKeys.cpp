@@ -44,7 +44,7 @@ std::string stemOf(std::string_view base) {
 } // namespace
 
 std::string rootTag(std::string_view root) {
-    return shortHash(platform::standardizedPath(root));
+    return shortHash(platform::standardisedPath(root));
 }
 
 std::string logicalPath(std::string_view url, std::string_view root) {

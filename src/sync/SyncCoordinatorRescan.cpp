@@ -53,9 +53,9 @@ async::Task<> SyncCoordinator::handleEventPaths(RunNumber run, std::vector<std::
     }
     std::set<std::string> changed;
     for (const std::string& path : paths) {
-        const std::string standardized = platform::standardizedPath(path);
+        const std::string standardised = platform::standardisedPath(path);
         const auto root =
-            std::ranges::find_if(roots_, [&](const std::string& each) { return standardized.starts_with(each); });
+            std::ranges::find_if(roots_, [&](const std::string& each) { return standardised.starts_with(each); });
         if (root != roots_.end()) {
             changed.insert(*root);
         }

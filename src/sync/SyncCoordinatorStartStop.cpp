@@ -17,7 +17,7 @@ std::vector<std::string> standardised(const std::vector<std::string>& roots) {
     std::vector<std::string> paths;
     paths.reserve(roots.size());
     for (const std::string& root : roots) {
-        paths.push_back(platform::standardizedPath(root));
+        paths.push_back(platform::standardisedPath(root));
     }
     return paths;
 }

@@ -56,7 +56,7 @@ TEST(FileRules, FoldsSegmentsByTheCurrentLocale) {
     icu::Locale::setDefault(usual, status);
 }
 
-TEST(FileRules, TagsAFolderByItsStandardizedPath) {
+TEST(FileRules, TagsAFolderByItsStandardisedPath) {
     EXPECT_EQ(FileRules::rootTag("/Users/ann/Documents"), "4ec4d866");
     EXPECT_EQ(FileRules::rootTag("/"), "6666cd76");
     for (const char* same : {"/a/b", "/a/./b", "/a/b/", "/../a//c/../b"}) {

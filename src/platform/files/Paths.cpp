@@ -25,7 +25,7 @@ std::vector<std::string_view> resolvedComponents(std::string_view path) {
 
 } // namespace
 
-std::string standardizedPath(std::string_view path) {
+std::string standardisedPath(std::string_view path) {
     std::string result;
     result.reserve(path.size());
     for (const std::string_view component : resolvedComponents(path)) {

@@ -9,7 +9,7 @@ namespace platform {
 
 // Without ".", "..", doubled slashes and a slash at the end: "/a/./b//" is "/a/b". ".." above "/" is "/" itself.
 // A text that does not begin with "/" stays relative.
-[[nodiscard]] std::string standardizedPath(std::string_view path);
+[[nodiscard]] std::string standardisedPath(std::string_view path);
 
 // "/a/b" for "/a/b/"; "/" stays as it is. The views that these operations give are parts of the text given.
 [[nodiscard]] std::string_view withoutTrailingSlashes(std::string_view path) noexcept;
