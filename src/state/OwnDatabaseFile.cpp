@@ -2,10 +2,8 @@
 
 #include "platform/files/FileError.h"
 #include "platform/files/FileOwnership.h"
+#include "platform/files/OpenDescriptor.h"
 #include "state/DatabaseError.h"
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace veskline {
 
@@ -22,10 +20,7 @@ void refuseForeignDatabaseFile(const std::string& path) {
 void createPrivateDatabaseFile(const std::string& path) noexcept {
     // Only where there is none: to close a file that a connection of this process has open would drop its locks
     // (fcntl(2)).
-    const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (file >= 0) {
-        ::close(file);
-    }
+    (void)platform::OpenDescriptor::newFile(path.c_str());
 }
 
 } // namespace veskline

@@ -7,13 +7,13 @@
 
 #include <QCoreApplication>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
-#include <algorithm>
 #include <future>
 #include <optional>
 
@@ -28,12 +28,13 @@ using platform::OpenDescriptor;
 
 class AgentPlaceOfOneFolder : public ::testing::Test {
 protected:
+    [[nodiscard]] std::future<Holder> startLater(std::chrono::milliseconds patience, int breakOff = -1) const {
+        return std::async(std::launch::async,
+                          [=, this] { return AgentPlace(folder.string()).settle(patience, breakOff); });
+    }
     // What a later start finds, while the first one's event loop runs.
-    Holder laterStart(std::chrono::milliseconds patience) {
-        std::future<Holder> holder = std::async(std::launch::async, [this, patience] {
-            AgentPlace later(folder.string());
-            return later.settle(patience);
-        });
+    [[nodiscard]] Holder laterStart(std::chrono::milliseconds patience) const {
+        std::future<Holder> holder = startLater(patience);
         while (holder.wait_for(1ms) == std::future_status::timeout) {
             QCoreApplication::processEvents();
         }
@@ -43,14 +44,12 @@ protected:
     // As a start has the folder's name for a moment: bound, and not listening yet.
     [[nodiscard]] OpenDescriptor bindName() const {
         struct stat status{};
-        sockaddr_un name{.sun_family = AF_UNIX, .sun_path = {}};
-        OpenDescriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
         EXPECT_EQ(::stat(folder.string().c_str(), &status), 0);
-        const std::string text =
-            "veskline-agent/" + std::to_string(status.st_dev) + "/" + std::to_string(status.st_ino);
-        std::ranges::copy(text, name.sun_path + 1);
-        const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size());
-        EXPECT_EQ(::bind(socket.number(), reinterpret_cast<const sockaddr*>(&name), length), 0);
+        const std::string text = fmt::format("veskline-agent/{}/{}", status.st_dev, status.st_ino);
+        sockaddr_un name{.sun_family = AF_UNIX, .sun_path = {}};
+        const std::size_t length = offsetof(sockaddr_un, sun_path) + 1 + text.copy(name.sun_path + 1, text.size());
+        OpenDescriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0));
+        EXPECT_EQ(::bind(socket.number(), reinterpret_cast<const sockaddr*>(&name), static_cast<socklen_t>(length)), 0);
         return socket;
     }
 
@@ -82,11 +81,15 @@ TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAndAsksItsHolderForItsWindow) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "nothing is left behind";
 }
 
-TEST_F(AgentPlaceOfOneFolder, IsFreeAsSoonAsItsHolderHasEnded) {
+TEST_F(AgentPlaceOfOneFolder, IsWaitedForUntilItsHolderOrTheWaitIsToEnd) {
     ASSERT_EQ(first->settle(0ms), Holder::thisProcess);
-    std::future<Holder> later =
-        std::async(std::launch::async, [this] { return AgentPlace(folder.string()).settle(10s); });
-    EXPECT_EQ(later.wait_for(50ms), std::future_status::timeout) << "it waits for an answer";
+    const OpenDescriptor signal(::eventfd(0, EFD_CLOEXEC));
+    std::future<Holder> later = startLater(1h);
+    std::future<Holder> interrupted = startLater(1h, signal.number());
+    EXPECT_EQ(interrupted.wait_for(50ms), std::future_status::timeout) << "it waits for an answer";
+    EXPECT_EQ(::eventfd_write(signal.number(), 1), 0);
+    EXPECT_EQ(interrupted.get(), Holder::unknown);
+    EXPECT_EQ(later.wait_for(0ms), std::future_status::timeout);
     first.reset();
     EXPECT_EQ(later.get(), Holder::thisProcess);
 }
@@ -104,7 +107,7 @@ TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAlsoWhereTheFolderCanNotBeLocked) {
 
     const OpenDescriptor starting = bindName();
     EXPECT_EQ(laterStart(0ms), Holder::thisProcess) << "who never listens is no agent";
-    std::future<Holder> later = std::async(std::launch::async, [&] { return AgentPlace(folder.string()).settle(10s); });
+    std::future<Holder> later = startLater(10s);
     EXPECT_EQ(later.wait_for(50ms), std::future_status::timeout) << "who has the name may be about to listen";
     ASSERT_EQ(::listen(starting.number(), 8), 0);
     while (later.wait_for(1ms) == std::future_status::timeout) {
@@ -112,16 +115,6 @@ TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAlsoWhereTheFolderCanNotBeLocked) {
         ::send(asking.number(), "w", 1, MSG_NOSIGNAL);
     }
     EXPECT_EQ(later.get(), Holder::anotherThatShowsItsWindow);
-}
-
-TEST_F(AgentPlaceOfOneFolder, IsNotWaitedForByWhoIsAskedToEnd) {
-    ASSERT_EQ(first->settle(0ms), Holder::thisProcess);
-    const OpenDescriptor signal(::eventfd(0, EFD_CLOEXEC));
-    std::future<Holder> later = std::async(
-        std::launch::async, [&] { return AgentPlace(folder.string()).settle(std::chrono::hours(1), signal.number()); });
-    EXPECT_EQ(later.wait_for(50ms), std::future_status::timeout);
-    ASSERT_EQ(::eventfd_write(signal.number(), 1), 0);
-    EXPECT_EQ(later.get(), Holder::unknown);
 }
 
 TEST_F(AgentPlaceOfOneFolder, SaysWhichFolderCannotBeOpened) {

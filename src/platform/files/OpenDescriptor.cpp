@@ -9,22 +9,27 @@ namespace platform {
 namespace {
 
 // A file system over the network may let a signal break an open off.
-int openWhole(int parent, const char* path, int flags) noexcept {
+template <class Open>
+OpenDescriptor opened(Open open) noexcept {
     int number = -1;
     do {
-        number = ::openat(parent, path, flags | O_RDONLY | O_CLOEXEC);
+        number = open();
     } while (number < 0 && errno == EINTR);
-    return number;
+    return OpenDescriptor(number);
 }
 
 } // namespace
 
 OpenDescriptor OpenDescriptor::file(const char* path, int flags) noexcept {
-    return OpenDescriptor(openWhole(AT_FDCWD, path, flags | O_NONBLOCK | O_NOCTTY));
+    return opened([&] { return ::open(path, flags | O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
+}
+
+OpenDescriptor OpenDescriptor::newFile(const char* path) noexcept {
+    return OpenDescriptor(::open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
 }
 
 OpenDescriptor OpenDescriptor::folder(int parent, const char* name, int flags) noexcept {
-    return OpenDescriptor(openWhole(parent, name, flags | O_DIRECTORY));
+    return opened([&] { return ::openat(parent, name, flags | O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
 }
 
 bool OpenDescriptor::close() noexcept {

@@ -28,6 +28,10 @@ public:
     // file, such as a pipe or a device.
     [[nodiscard]] static OpenDescriptor file(const char* path, int flags = 0) noexcept;
 
+    // A new file of this user alone (mode 0600), for writing. Never what lies there already: that could be a link, or
+    // another user's file to read what is written.
+    [[nodiscard]] static OpenDescriptor newFile(const char* path) noexcept;
+
     // A folder by its name in an open one, or AT_FDCWD, with `flags` of openat(2) on top.
     [[nodiscard]] static OpenDescriptor folder(int parent, const char* name, int flags = 0) noexcept;
     [[nodiscard]] static OpenDescriptor folder(int parent, const std::string& name, int flags = 0) noexcept {

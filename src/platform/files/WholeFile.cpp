@@ -21,11 +21,8 @@ namespace {
 // After a failure errno tells the reason until the next call.
 class TemporaryFile {
 public:
-    // Never opens what lies there: that could be a link, or another user's file to read what we write.
     explicit TemporaryFile(std::string path)
-        : path_(std::move(path)),
-          descriptor_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600)),
-          isOurs_(descriptor_.isOpen()) {}
+        : path_(std::move(path)), descriptor_(OpenDescriptor::newFile(path_.c_str())), isOurs_(descriptor_.isOpen()) {}
     ~TemporaryFile() {
         if (isOurs_) {
             ::unlink(path_.c_str());

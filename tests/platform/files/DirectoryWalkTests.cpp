@@ -1,4 +1,5 @@
 #include "platform/files/DirectoryWalk.h"
+#include "platform/files/OpenDescriptor.h"
 #include "platform/files/Paths.h"
 #include "support/TemporaryFolder.h"
 
@@ -13,8 +14,6 @@
 #include <set>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <utility>
 
 using namespace platform;
 using DirectoryWalk::Calls;
@@ -66,17 +65,15 @@ protected:
     }
     // In each folder a leaf with a file, the next folder, and another leaf. The paths get longer than the system takes.
     void makeDeep(int depth) const {
-        int at = ::open(root_.c_str(), O_RDONLY | O_DIRECTORY);
+        OpenDescriptor at = OpenDescriptor::folder(AT_FDCWD, root_);
         for (int level = 0; level < depth; ++level) {
             for (const char* const name : {"a", "next", "z"}) {
-                ::mkdirat(at, name, 0700);
+                ::mkdirat(at.number(), name, 0700);
             }
-            ::close(::openat(at, "a/file", O_CREAT | O_WRONLY, 0600));
-            ::close(::openat(at, "z/file", O_CREAT | O_WRONLY, 0600));
-            const int next = ::openat(at, "next", O_RDONLY | O_DIRECTORY);
-            ::close(std::exchange(at, next));
+            ::mknodat(at.number(), "a/file", S_IFREG | 0600, 0);
+            ::mknodat(at.number(), "z/file", S_IFREG | 0600, 0);
+            at = OpenDescriptor::folder(at.number(), "next");
         }
-        ::close(at);
     }
 
     TemporaryFolder folder_;

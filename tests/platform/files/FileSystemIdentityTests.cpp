@@ -1,21 +1,18 @@
 #include "platform/files/FileSystemIdentity.h"
+
+#include "platform/files/OpenDescriptor.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/sysmacros.h>
-#include <unistd.h>
 
 using namespace platform;
 
 TEST(FileSystemIdentity, TellsFileSystemsApartAndKnowsTheKernelsOwn) {
     const TemporaryFolder folder;
     const auto identityOf = [](const std::string& path) {
-        const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        const FileSystemIdentity identity = fileSystemIdentity(descriptor).value();
-        ::close(descriptor);
-        return identity;
+        return fileSystemIdentity(OpenDescriptor::folder(AT_FDCWD, path).number()).value();
     };
     const FileSystemIdentity here = identityOf(folder.string());
     EXPECT_EQ(identityOf(folder.makeFolder("a")).text, here.text);
