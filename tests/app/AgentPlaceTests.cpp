@@ -1,7 +1,7 @@
 #include "app/AgentPlace.h"
 
-#include "platform/files/FileError.h"
 #include "platform/files/OpenDescriptor.h"
+#include "support/Failure.h"
 #include "support/TemporaryFolder.h"
 #include "support/Unprivileged.h"
 
@@ -118,13 +118,8 @@ TEST_F(AgentPlaceOfOneFolder, IsTakenOnceAlsoWhereTheFolderCanNotBeLocked) {
 }
 
 TEST_F(AgentPlaceOfOneFolder, SaysWhichFolderCannotBeOpened) {
-    try {
-        const AgentPlace place(folder.at("missing"));
-        FAIL() << "it was opened";
-    } catch (const platform::FileError& error) {
-        EXPECT_EQ(std::string(error.what()),
-                  "The file \"" + folder.at("missing") + "\" could not be opened: No such file or directory");
-    }
+    EXPECT_EQ(failureOf([&] { const AgentPlace place(folder.at("missing")); }),
+              "The file \"" + folder.at("missing") + "\" could not be opened: No such file or directory");
 }
 
 } // namespace veskline::testing

@@ -3,13 +3,13 @@
 #include "hosted/SupabaseHTTPClient.h"
 #include "state/SessionStore.h"
 #include "support/Browser.h"
+#include "support/Failure.h"
 #include "support/ScriptedServer.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <exception>
 #include <ranges>
 #include <string>
 #include <vector>
@@ -37,12 +37,7 @@ protected:
     // The words of its failure.
     template <class Body>
     std::string failure(Body body) {
-        try {
-            run(body);
-            return "(none)";
-        } catch (const std::exception& error) {
-            return error.what();
-        }
+        return failureOf([&] { run(body); });
     }
     std::string fetchFailure() {
         return failure([this] { return client.fetchRemoteFile("key"); });

@@ -9,7 +9,7 @@ using SupabaseHTTPClientRequests = HostedFixture;
 TEST_F(SupabaseHTTPClientRequests, JudgeAResponseByItsStatusAndOnlyThenByItsBody) {
     const std::pair<ScriptedReply, std::string> cases[] = {
         {{.cut = ScriptedReply::Cut::beforeHeaders}, "The connection to the server was lost: Empty reply from server"},
-        {{.status = 206, .body = "[]"}, "(none)"},
+        {{.status = 206, .body = "[]"}, "no failure"},
         {{.status = 204}, "The text is not valid JSON: error in line 1, column 1"},
         {{.status = 400, .body = R"({"message": "why"})"}, "Supabase request failed with status 400"},
         {{.status = 403}, "Supabase request failed with status 403"},

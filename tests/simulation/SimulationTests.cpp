@@ -1,8 +1,8 @@
 #include "simulation/Simulation.h"
+#include "support/Failure.h"
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 
 using namespace veskline::simulation;
@@ -10,12 +10,7 @@ using namespace veskline::simulation;
 namespace {
 
 std::string failureOf(const std::string& text) {
-    try {
-        (void)Script::ofText(text);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no failure";
+    return veskline::testing::failureOf([&] { return Script::ofText(text); });
 }
 
 } // namespace

@@ -2,26 +2,15 @@
 
 #include "simulation/OneThread.h"
 #include "state/StorePlace.h"
+#include "support/Failure.h"
 #include "support/TemporaryFolder.h"
 
-#include <exception>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
 
 namespace veskline::testing {
-
-// The words of what `action` throws.
-template <class Action>
-std::string failureOf(Action action) {
-    try {
-        action();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return "no failure";
-}
 
 // A store in a folder of its own: its file "own", beside the older one that it takes over from.
 template <class Store>

@@ -1,12 +1,13 @@
 #include "platform/json/JsonObject.h"
+#include "support/Failure.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <functional>
 
 using namespace platform;
+using veskline::testing::failureOf;
 
 namespace {
 
@@ -30,15 +31,6 @@ Whole readRecord(std::type_identity<Whole>, const JsonObject& object) {
     return {.name = object.required<std::string>("name"),
             .isOld = object.optional<bool>("isOld"),
             .parts = object.optional<std::vector<Part>>("parts").value_or(std::vector<Part>())};
-}
-
-std::string failureOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const JsonError& error) {
-        return error.what();
-    }
-    return "no failure";
 }
 
 } // namespace
