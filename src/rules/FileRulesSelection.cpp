@@ -45,8 +45,9 @@ bool hasExcludedName(std::string_view name) noexcept {
 
 bool hasSupportedExtension(std::string_view name) noexcept {
     const std::string_view extension = platform::nameExtension(name);
-    return std::ranges::any_of(supportedExtensions,
-                               [&](std::string_view supported) { return platform::equalsInAnyCase(extension, supported); });
+    return std::ranges::any_of(supportedExtensions, [&](std::string_view supported) {
+        return platform::equalsInAnyCase(extension, supported);
+    });
 }
 
 std::string_view below(std::string_view url, std::string_view root) noexcept {

@@ -33,7 +33,7 @@ void WatchedRoot::begin(StartMoment since) {
 }
 
 void WatchedRoot::setUp(StartMoment since) {
-    instance_ = OpenDescriptor();
+    instance_ = platform::OpenDescriptor();
     tree_ = WatchTree(path_);
     visits_.clear();
     way_.clear();
@@ -45,10 +45,10 @@ void WatchedRoot::setUp(StartMoment since) {
     mustRestart_ = false;
     since_ = since;
     openPass();
-    OpenDescriptor root = OpenDescriptor::folder(AT_FDCWD, path_, 0);
+    platform::OpenDescriptor root = platform::OpenDescriptor::folder(AT_FDCWD, path_, 0);
     if (root.isOpen()) {
         mounts_ = currentMountsWithin(withoutLinks(path_));
-        instance_ = OpenDescriptor(calls_.createInstance());
+        instance_ = platform::OpenDescriptor(calls_.createInstance());
         enter(std::move(root), {.parent = WatchTree::none, .name = {}});
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rules/OpenDescriptor.h"
+#include "platform/files/OpenDescriptor.h"
 #include "rules/StartMoment.h"
 #include "rules/WatchCalls.h"
 #include "rules/WatchEvents.h"
@@ -76,7 +76,7 @@ private:
     struct Level {
         Watch watch;
         std::uint64_t device;
-        OpenDescriptor folder;
+        platform::OpenDescriptor folder;
     };
     struct Identity {
         std::uint64_t device = 0;
@@ -106,14 +106,14 @@ private:
     static bool isWanted(std::string_view name);
     void visitNext();
     void visitLater(Visit visit);
-    void enter(OpenDescriptor folder, Visit visit);
+    void enter(platform::OpenDescriptor folder, Visit visit);
     Watch watch(int folder, const Visit& visit);
     bool settle(Watch watch, Visit& visit);
     bool mayEnter(int folder, const Visit& visit, const struct statx& found);
     void forget(Watch watch);
-    void keep(Watch watch, std::uint64_t device, OpenDescriptor folder);
+    void keep(Watch watch, std::uint64_t device, platform::OpenDescriptor folder);
     const Level* wayTo(Watch watch);
-    [[nodiscard]] OpenDescriptor openKnown(Watch watch) const;
+    [[nodiscard]] platform::OpenDescriptor openKnown(Watch watch) const;
     bool list(int folder, Watch watch, const Visit& visit);
     bool takeEntries(int folder, Watch watch, const Visit& visit, std::size_t bytes);
     void takeEntry(int folder, Watch watch, const Visit& visit, const char* name, unsigned char type);
@@ -123,7 +123,7 @@ private:
     const WatchCalls& calls_;
     std::vector<std::byte> buffer_;
 
-    OpenDescriptor instance_;
+    platform::OpenDescriptor instance_;
     WatchTree tree_;
     std::optional<Identity> rootIdentity_; // of the folder that is watched; none while it is missing
     std::vector<std::string> mounts_;      // within the root when the watch was set up

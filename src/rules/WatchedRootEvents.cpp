@@ -15,7 +15,7 @@ bool WatchedRoot::readEvents() {
         return false;
     }
     if (count <= 0) {
-        instance_ = OpenDescriptor();
+        instance_ = platform::OpenDescriptor();
         missChanges();
         return false;
     }

@@ -52,7 +52,7 @@ void WatchedRoot::visitNext() {
     if (parent == nullptr) {
         return; // it has moved or gone: where it still matters, an event leads to it
     }
-    OpenDescriptor folder = OpenDescriptor::folder(parent->folder.number(), visit.name, O_NOFOLLOW);
+    platform::OpenDescriptor folder = platform::OpenDescriptor::folder(parent->folder.number(), visit.name, O_NOFOLLOW);
     if (folder.isOpen()) {
         enter(std::move(folder), std::move(visit));
     } else if (!isOutOfReach(errno)) {
@@ -61,7 +61,7 @@ void WatchedRoot::visitNext() {
 }
 
 // Watches first, then looks: what changes after the one is told by the kernel, and what changed before by the other.
-void WatchedRoot::enter(OpenDescriptor folder, Visit visit) {
+void WatchedRoot::enter(platform::OpenDescriptor folder, Visit visit) {
     const Watch id = watch(folder.number(), visit);
     struct statx found{};
     if (!settle(id, visit)) {
@@ -164,7 +164,7 @@ void WatchedRoot::forget(Watch watch) {
 
 // --- The way down ---
 
-void WatchedRoot::keep(Watch watch, std::uint64_t device, OpenDescriptor folder) {
+void WatchedRoot::keep(Watch watch, std::uint64_t device, platform::OpenDescriptor folder) {
     if (way_.size() == mostOpenFolders) {
         way_.erase(way_.begin());
     }
@@ -181,7 +181,7 @@ const WatchedRoot::Level* WatchedRoot::wayTo(Watch watch) {
         return nullptr;
     }
     if (way_.empty()) {
-        OpenDescriptor folder = openKnown(watch);
+        platform::OpenDescriptor folder = openKnown(watch);
         struct statx found{};
         if (!folder.isOpen() || !readStatus(folder.number(), "", found)) {
             return nullptr;
@@ -192,13 +192,13 @@ const WatchedRoot::Level* WatchedRoot::wayTo(Watch watch) {
 }
 
 // Opens an attached folder at the place that is known of it. Empty where another one is there, or none.
-OpenDescriptor WatchedRoot::openKnown(Watch watch) const {
-    OpenDescriptor folder = OpenDescriptor::folder(AT_FDCWD, path_, O_PATH);
+platform::OpenDescriptor WatchedRoot::openKnown(Watch watch) const {
+    platform::OpenDescriptor folder = platform::OpenDescriptor::folder(AT_FDCWD, path_, O_PATH);
     for (const std::string& name : tree_.namesBelowRoot(watch)) {
         if (!folder.isOpen()) {
             return folder;
         }
-        folder = OpenDescriptor::folder(folder.number(), name, O_PATH | O_NOFOLLOW);
+        folder = platform::OpenDescriptor::folder(folder.number(), name, O_PATH | O_NOFOLLOW);
     }
     if (!folder.isOpen() || isStandIn(watch)) {
         return folder;
@@ -207,7 +207,7 @@ OpenDescriptor WatchedRoot::openKnown(Watch watch) const {
     if (found >= 0 && !tree_.contains(found)) {
         calls_.unwatch(instance_.number(), found);
     }
-    return found == watch ? std::move(folder) : OpenDescriptor();
+    return found == watch ? std::move(folder) : platform::OpenDescriptor();
 }
 
 // --- The list of a folder ---
