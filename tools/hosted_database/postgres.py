@@ -20,15 +20,13 @@ PROGRAMS = "/usr/lib/postgresql/15/bin"
 class Postgres:
     """A server in a folder of its own, reached by its socket alone. It refuses to be root: then it is nobody."""
 
-    def __init__(self, folder, sql):
+    def __init__(self, folder):
         self.folder = folder
         self.user = ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"] if os.getuid() == 0 else []
         if self.user:
             shutil.chown(folder, "nobody", "nogroup")
         self.run(f"{PROGRAMS}/initdb", "-D", f"{folder}/data", "-U", "postgres", "-A", "trust", "-E", "UTF8", "--no-sync")
         self.control("start", "-o", f"-k {folder} -c listen_addresses= -c fsync=off", "-l", f"{folder}/log")
-        self.load((HERE / "platform.sql").read_text())
-        self.load(sql.read_text())
 
     def run(self, *command):
         subprocess.run([*self.user, *command], check=True, cwd=self.folder, stdout=subprocess.DEVNULL,
@@ -52,8 +50,10 @@ class Postgres:
 @contextlib.contextmanager
 def postgres(sql=HOSTED_SQL):
     with tempfile.TemporaryDirectory(prefix="veskline-postgres-") as name:
-        server = Postgres(pathlib.Path(name), sql)
+        server = Postgres(pathlib.Path(name))
         try:
+            server.load((HERE / "platform.sql").read_text())
+            server.load(sql.read_text())
             yield server
         finally:
             server.control("stop", "-m", "immediate")
