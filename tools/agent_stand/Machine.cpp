@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 #include <thread>
 
@@ -30,8 +31,15 @@ MachineControl* mapControl(const std::string& path) {
 
 // As preload/Faults.cpp reads it.
 std::string written(const std::vector<Machine::Fault>& faults) {
+    if (faults.size() > Machine::mostFaults) {
+        throw std::invalid_argument(fmt::format("a machine has {} faults at most", Machine::mostFaults));
+    }
     std::string text;
     for (const Machine::Fault& fault : faults) {
+        const bool hasBlank = fault.path.find_first_of(" \t\n") != std::string::npos;
+        if (fault.path.empty() || fault.path.size() > Machine::longestPath || hasBlank) {
+            throw std::invalid_argument(fmt::format("a fault can't be on the path \"{}\"", fault.path));
+        }
         text += fmt::format("{} {} {} {} {} {}\n", fault.call, fault.path, static_cast<int>(fault.action), fault.error,
                             fault.skip, fault.count);
     }

@@ -25,6 +25,8 @@ public:
         hold,      // until it is released, then the call is made
     };
     static constexpr std::uint32_t forEver = std::numeric_limits<std::uint32_t>::max();
+    static constexpr std::size_t mostFaults = 16;
+    static constexpr std::size_t longestPath = 511;
 
     // `call` is named by what it does, whatever variant of it is used.
     //   "open"   open, openat           "read"  read, pread           "write"    write, pwrite
@@ -33,8 +35,8 @@ public:
     //   "socket" (its path is "socket")
     struct Fault {
         std::string call;
-        // A glob over the absolute path (fnmatch(3)), of 511 bytes at most and without a blank; * also stands for
-        // slashes.
+        // A glob over the absolute path (fnmatch(3)), of `longestPath` bytes at most and without a blank; * also
+        // stands for slashes.
         std::string path;
         Action action = Action::fail;
         int error = 0;
@@ -42,7 +44,8 @@ public:
         std::uint32_t count = forEver;
     };
 
-    // The control file is made anew in `folder`. The program takes the first 16 faults. Throws std::system_error.
+    // The control file is made anew in `folder`. Throws std::system_error, and std::invalid_argument for more than
+    // `mostFaults` or a path that is none of those.
     Machine(const std::filesystem::path& folder, const std::vector<Fault>& faults);
     ~Machine();
     Machine(const Machine&) = delete;

@@ -50,7 +50,7 @@ Program::Program(const std::string& name, const std::vector<std::string>& argume
     for (const auto& [key, value] : environment) {
         variables.push_back(fmt::format("{}={}", key, value));
     }
-    std::array<int, 2> ends{};
+    std::array<int, 2> ends{-1, -1};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -62,6 +62,8 @@ Program::Program(const std::string& name, const std::vector<std::string>& argume
     posix_spawn_file_actions_destroy(&actions);
     ::close(ends[1]);
     if (!isStarted) {
+        ::close(ends[0]);
+        ::close(errors_);
         throw std::runtime_error("could not start " + path.string());
     }
     reader_ = std::thread([this, descriptor = ends[0]] { readOutput(descriptor); });

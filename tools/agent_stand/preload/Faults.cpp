@@ -22,11 +22,9 @@ namespace agent_stand::preload {
 
 namespace {
 
-constexpr std::size_t mostFaults = 16;
-
 struct Rule {
     std::array<char, 16> call;
-    std::array<char, 512> path;
+    std::array<char, Machine::longestPath + 1> path;
     int action;
     int error;
     std::uint32_t skip;
@@ -36,12 +34,12 @@ struct Rule {
 
 // Set up before main, and before the program has threads.
 MachineControl* control = nullptr;
-std::array<Rule, mostFaults> rules;
+std::array<Rule, Machine::mostFaults> rules;
 std::size_t ruleCount = 0;
 
 void readRules(const char* text) {
     int length = 0;
-    while (ruleCount < mostFaults) {
+    while (ruleCount < rules.size()) {
         Rule& rule = rules[ruleCount];
         if (std::sscanf(text, "%15s %511s %d %d %u %u\n%n", rule.call.data(), rule.path.data(), &rule.action,
                         &rule.error, &rule.skip, &rule.count, &length) != 6) {
