@@ -1,7 +1,8 @@
 #include "local_project/Options.h"
 
+#include "command_line/WholeNumber.h"
+
 #include <algorithm>
-#include <charconv>
 #include <functional>
 #include <limits>
 #include <string_view>
@@ -21,12 +22,11 @@ struct Definition {
 
 template <typename Number>
 Number numberOf(const std::string& text, Number largest = std::numeric_limits<Number>::max()) {
-    Number number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number > largest) {
+    const std::optional<Number> number = command_line::wholeNumber(text, largest);
+    if (!number) {
         throw UsageError(fmt::format("\"{}\" is not a number from 0 to {}", text, largest));
     }
-    return number;
+    return *number;
 }
 
 Credentials credentialsOf(const std::string& text) {
