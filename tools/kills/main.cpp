@@ -1,3 +1,4 @@
+#include "command_line/WholeNumber.h"
 #include "kills/Trial.h"
 
 #include <fmt/format.h>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int promiseBroken = 1;
 constexpr int badCommandLine = 2;
+constexpr int brokenOff = 3;
 
 constexpr std::string_view usage = R"(veskline-kills [ROUNDS] [--seed N]
 
@@ -26,22 +28,19 @@ hosted side or in the very call. Starts it again, and compares the hosted side w
 )";
 
 struct Options {
-    std::size_t rounds = 500;
+    std::uint64_t rounds = 500;
     std::uint64_t seed = 1;
 };
 
 std::optional<Options> parse(std::span<char*> words) {
     Options options;
-    try {
-        for (std::size_t i = 0; i < words.size(); ++i) {
-            if (std::string_view(words[i]) == "--seed" && i + 1 < words.size()) {
-                options.seed = std::stoull(words[++i]);
-            } else {
-                options.rounds = std::stoull(words[i]);
-            }
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const bool isSeed = std::string_view(words[i]) == "--seed" && i + 1 < words.size();
+        const auto number = command_line::wholeNumber<std::uint64_t>(words[isSeed ? ++i : i]);
+        if (!number || (!isSeed && *number == 0)) {
+            return std::nullopt;
         }
-    } catch (const std::exception&) {
-        return std::nullopt;
+        (isSeed ? options.seed : options.rounds) = *number;
     }
     return options;
 }
@@ -73,22 +72,12 @@ void print(const Options& options, const kills::Findings& findings, std::chrono:
     }
 }
 
-int run(const Options& options) {
+int tryIn(const std::filesystem::path& folder, const Options& options) {
     const auto begin = std::chrono::steady_clock::now();
-    const std::filesystem::path folder = makeFolder();
-    bool isKept = false;
-    {
-        kills::Trial trial(folder, options.seed);
-        const kills::Findings& findings = trial.run(options.rounds);
-        print(options, findings, std::chrono::steady_clock::now() - begin);
-        isKept = findings.broken.empty() && findings.kills == options.rounds;
-    }
-    if (isKept) {
-        std::filesystem::remove_all(folder);
-        return EXIT_SUCCESS;
-    }
-    fmt::print("The state is kept in {}\n", folder.string());
-    return promiseBroken;
+    kills::Trial trial(folder, options.seed);
+    const kills::Findings& findings = trial.run(options.rounds);
+    print(options, findings, std::chrono::steady_clock::now() - begin);
+    return findings.broken.empty() && findings.kills == options.rounds ? EXIT_SUCCESS : promiseBroken;
 }
 
 } // namespace
@@ -99,10 +88,18 @@ int main(int count, char** words) {
         fmt::print(stderr, "{}", usage);
         return badCommandLine;
     }
+    std::filesystem::path folder;
+    int exitCode = brokenOff;
     try {
-        return run(*options);
+        folder = makeFolder();
+        exitCode = tryIn(folder, *options);
     } catch (const std::exception& error) {
         fmt::print(stderr, "veskline-kills: {}\n", error.what());
-        return badCommandLine;
     }
+    if (exitCode == EXIT_SUCCESS) {
+        std::filesystem::remove_all(folder);
+    } else if (!folder.empty()) {
+        fmt::print("The state is kept in {}\n", folder.string());
+    }
+    return exitCode;
 }
