@@ -5,6 +5,7 @@
 // threads grow, or where a document was lost.
 
 #include "app/Heap.h"
+#include "command_line/WholeNumber.h"
 #include "endurance/Footprint.h"
 #include "endurance/HostedSide.h"
 #include "endurance/Life.h"
@@ -15,6 +16,7 @@
 
 #include <fmt/format.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -77,12 +79,14 @@ int run(Life& life, int hours) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const int hours = argc > 1 ? std::atoi(argv[1]) : 8;
-    const auto seed = static_cast<std::uint32_t>(argc > 2 ? std::atoi(argv[2]) : 1);
-    if (hours < 1 || argc > 3) {
+    constexpr std::uint32_t mostHours = 100'000;
+    const auto hours = command_line::wholeNumber(argc > 1 ? argv[1] : "8", mostHours);
+    const auto seed = command_line::wholeNumber<std::uint32_t>(argc > 2 ? argv[2] : "1");
+    if (hours.value_or(0) == 0 || !seed || argc > 3) {
         std::fputs("veskline-endurance [HOURS [SEED]]\n", stderr);
         return 2;
     }
+    std::signal(SIGPIPE, SIG_IGN); // as the program does
     int exitCode = EXIT_FAILURE;
     std::optional<TemporaryFolder> folder(std::in_place);
     try {
@@ -91,8 +95,8 @@ int main(int argc, char** argv) {
         settleIn(*folder, hosted);
         DesktopWindow::prepareApplication();
         const QGuiApplication application(argc, argv);
-        Life life(folder->path(), hosted, seed);
-        exitCode = run(life, hours);
+        Life life(folder->path(), hosted, *seed);
+        exitCode = run(life, static_cast<int>(*hours));
         folder.reset();
         std::quick_exit(exitCode);
     } catch (const std::exception& error) {
