@@ -56,7 +56,9 @@ std::string nameOf(const Fault& fault) {
 } // namespace
 
 void WireFaults::add(std::uint32_t step, std::uint32_t kind, std::uint32_t times) {
-    faults_.push_back({steps.at(step % stepCount), kind % kindCount, times});
+    if (times > 0) {
+        faults_.push_back({steps.at(step % stepCount), kind % kindCount, times});
+    }
 }
 
 std::optional<Fault> WireFaults::strike(std::string_view request) {

@@ -1,9 +1,12 @@
+#include "command_line/WholeNumber.h"
 #include "simulation/Simulation.h"
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <fstream>
 #include <iterator>
@@ -19,6 +22,7 @@ using namespace veskline::simulation;
 
 constexpr int promiseBroken = 1;
 constexpr int badCommandLine = 2;
+constexpr int brokenOff = 3;
 
 constexpr std::string_view usage = R"(veskline-simulation [--seeds FROM..TO | --seed N | --script FILE] [--verbose]
 
@@ -38,11 +42,8 @@ struct UsageError : std::runtime_error {
 };
 
 std::uint64_t numberOf(std::string_view text) {
-    try {
-        return std::stoull(std::string(text));
-    } catch (const std::exception&) {
-        throw UsageError(fmt::format("\"{}\" is no number", text));
-    }
+    const std::optional<std::uint64_t> number = command_line::wholeNumber<std::uint64_t>(text);
+    return number ? *number : throw UsageError(fmt::format("\"{}\" is no number", text));
 }
 
 Options parse(std::span<char*> words) {
@@ -117,11 +118,18 @@ void run(const Script& script, bool isVerbose, Total& total) {
     std::fflush(stdout);
 }
 
+Script scriptIn(const std::string& file) {
+    std::ifstream in(file);
+    if (!in) {
+        throw std::runtime_error(fmt::format("the script {} can't be read: {}", file, std::strerror(errno)));
+    }
+    return Script::ofText(std::string(std::istreambuf_iterator<char>(in), {}));
+}
+
 int run(const Options& options) {
     Total total;
     if (options.script) {
-        std::ifstream in(*options.script);
-        run(Script::ofText(std::string(std::istreambuf_iterator<char>(in), {})), options.isVerbose, total);
+        run(scriptIn(*options.script), options.isVerbose, total);
     } else {
         for (std::uint64_t seed = options.from; seed <= options.to; ++seed) {
             run(Script::ofSeed(seed), options.isVerbose, total);
@@ -142,6 +150,6 @@ int main(int count, char** words) {
         return badCommandLine;
     } catch (const std::exception& error) {
         fmt::print(stderr, "The simulation could not go on: {}\n", error.what());
-        return badCommandLine;
+        return brokenOff;
     }
 }
