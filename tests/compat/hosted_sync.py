@@ -13,6 +13,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools/host
 from postgres import postgres
 
 EMAIL, PASSWORD = "ann@example.com", "a long password"
+PATIENCE = 60  # seconds for one start of the agent
 STATUS = (("row-level security", 403), ("permission denied", 403), ("duplicate key", 409))
 
 
@@ -120,15 +121,18 @@ class Sync:
         subprocess.run((self.programs / "veskline-demo-setup", "ultra", self.documents), env=self.environment, check=True)
 
     def summary(self):
-        """A start, up to the end of the initial scan, and a clean end."""
+        """A start, up to the end of the initial scan, and a clean end. Killed where it never comes to that."""
         agent = subprocess.Popen((self.programs / "veskline",), env=self.environment, stdout=subprocess.PIPE, text=True)
+        end = threading.Timer(PATIENCE, agent.kill)
+        end.start()
         lines = []
         for line in agent.stdout:
             lines.append(line.rstrip())
-            if line.startswith("Initial scan complete"):
+            if line.startswith(("Initial scan complete", "Auto-start failed")):
                 agent.terminate()
+        end.cancel()
         assert agent.wait() == 0, lines
-        return next(line for line in lines if line.startswith("Summary:"))
+        return next((line for line in lines if line.startswith("Summary:")), lines)
 
     def rows(self):
         return set(self.server.load("select path, sha256 from files where not is_deleted").splitlines())
