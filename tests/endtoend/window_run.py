@@ -57,8 +57,8 @@ def ingested(address):
 
 
 def run_to_running(desktop, veskline, local_project):
-    project = desktop.start(local_project, "--data", f"{desktop.folder}/project", "--user", f"{EMAIL}:{PASSWORD}")
-    address = project.stdout.readline().split()[-1]
+    desktop.start(local_project, "--data", f"{desktop.folder}/project", "--user", f"{EMAIL}:{PASSWORD}")
+    address = desktop.first_line(local_project).split()[-1]
     window = Window(desktop, veskline, SUPABASE_URL=address, SUPABASE_ANON_KEY="local-anon-key", DASHBOARD_URL=address)
     sign_in(window)
     start_sync(window)

@@ -42,11 +42,10 @@ class Desktop:
         return self
 
     def begin(self):
-        display = self.start("Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "1400x3000x24", "-nolisten", "tcp")
-        self.environment["DISPLAY"] = ":" + display.stdout.readline().strip()
-        bus = self.start("dbus-daemon", "--session", "--nofork", "--print-address=1",
-                         f"--address=unix:path={self.folder}/bus")
-        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
+        self.start("Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "1400x3000x24", "-nolisten", "tcp")
+        self.environment["DISPLAY"] = ":" + self.first_line("Xvfb")
+        self.start("dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address=unix:path={self.folder}/bus")
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.first_line("dbus-daemon")
         self.start("/usr/libexec/at-spi-bus-launcher", "--launch-immediately", "--a11y=1")
         self.start("openbox", "--sm-disable")
         self.xdotool("get_num_desktops")  # answered once there is a window manager
@@ -62,12 +61,23 @@ class Desktop:
         self.started[0].wait()
 
     def start(self, *command, **variables):
-        with open(self.folder / (pathlib.Path(command[0]).name + ".errors"), "wb") as errors:
+        with (self.file_of(command[0], "output").open("wb") as output,
+              self.file_of(command[0], "errors").open("wb") as errors):
             process = subprocess.Popen(command, env=self.environment | variables, stdin=subprocess.DEVNULL,
-                                       stdout=subprocess.PIPE, stderr=errors, text=True, process_group=self.group)
+                                       stdout=output, stderr=errors, process_group=self.group)
         self.group = self.group or process.pid
         self.started.append(process)
         return process
+
+    def file_of(self, executable, kind):
+        """Where the output or the errors go of the last process that was started by that name."""
+        return self.folder / f"{pathlib.Path(executable).name}.{kind}"
+
+    def first_line(self, executable):
+        def whole():
+            line, end, _ = self.file_of(executable, "output").read_text().partition("\n")
+            return end and line
+        return wait_for(f"the first line of {executable}", whole, self.file_of(executable, "errors").read_text)
 
     def xdotool(self, *words):
         wait_for(f"xdotool {' '.join(words)}", lambda: 0 == subprocess.run(
@@ -101,7 +111,7 @@ class Window:
 
     def __init__(self, desktop, executable, **variables):
         self.desktop, self.process = desktop, desktop.start(executable, **variables)
-        self.errors = desktop.folder / (pathlib.Path(executable).name + ".errors")
+        self.errors = desktop.file_of(executable, "errors")
         self.frame = wait_for("the window on the accessibility bus", self.find_frame)
         wait_for("the window to become active", lambda: "active" in Control(self.frame).states)
         desktop.xdotool("getactivewindow", "windowsize", "1280", "2900")
