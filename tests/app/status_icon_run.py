@@ -30,6 +30,11 @@ def wait_for_window(window, panel):
     window.desktop.xdotool("search", "--sync", "--onlyvisible", "--name", "^Veskline$", "windowactivate", "--sync")
 
 
+def expect_end(window, panel):
+    window.wait_for("the agent's end", lambda: window.process.poll() is not None)
+    check(window.process.returncode == 0 and not panel.shown(), f"the agent ended with {window.process.returncode}")
+
+
 def run_behind_icon(desktop, veskline):
     panel = Panel(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
     project = {"SUPABASE_URL": "http://127.0.0.1:9", "SUPABASE_ANON_KEY": "key", "DASHBOARD_URL": "http://127.0.0.1:9"}
@@ -51,11 +56,11 @@ def run_behind_icon(desktop, veskline):
     wait_for_window(window, panel)
 
     panel.choose(close_to_icon(window, panel), "Quit")
-    for end in (lambda: desktop.xdotool("key", "ctrl+q"), lambda: window.process.terminate(), lambda: None):
-        window.wait_for("the agent's end", lambda: window.process.poll() is not None)
-        check(window.process.returncode == 0 and not panel.shown(), f"the agent ended with {window.process.returncode}")
+    expect_end(window, panel)
+    for end in (lambda: desktop.xdotool("key", "ctrl+q"), lambda: window.process.terminate()):
         window = Window(desktop, veskline, **project)
         end()
+        expect_end(window, panel)
 
 
 main(lambda desktop: run_behind_icon(desktop, sys.argv[1]))
