@@ -1,7 +1,5 @@
 #include "runner/Frames.h"
 
-#include "runner/Program.h"
-
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -13,9 +11,12 @@ bool Frames::Round::isGood() const {
     return mostMilliseconds < 32 && lastLineMilliseconds < 100 && microsecondsAReport < 1;
 }
 
-Frames::Frames(const std::string& program, const WorkFolder& data, const Interrupt& interrupt) {
+Frames::Frames(const Sizes& sizes, const std::string& program, const WorkFolder& data, const Interrupt& interrupt)
+    : duration_(sizes.reports) {
     for (int i = 0; i < rounds; ++i) {
-        Program run({program, "frames", data.emptyFolder("state"), std::to_string(reportsASecond)}, interrupt);
+        Program run({program, "frames", data.emptyFolder("state"), std::to_string(reportsASecond),
+                     std::to_string(duration_.count())},
+                    interrupt);
         std::istringstream line(run.readLine());
         Round round;
         double nanoseconds = 0;
@@ -27,9 +28,9 @@ Frames::Frames(const std::string& program, const WorkFolder& data, const Interru
     }
 }
 
-std::string Frames::meaning() {
-    return fmt::format("{} log lines and as many progress reports a second for 5 s, with the console in sight",
-                       reportsASecond);
+std::string Frames::meaning() const {
+    return fmt::format("{} log lines and as many progress reports a second for {} s, with the console in sight",
+                       reportsASecond, std::chrono::duration<double>(duration_).count());
 }
 
 std::string Frames::table() const {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "runner/Interrupt.h"
-#include "runner/WorkFolder.h"
+#include "runner/Row.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -18,9 +17,9 @@ public:
     static constexpr int rounds = 3;
 
     // Runs `program`. Throws std::runtime_error where it fails, Interrupted.
-    Frames(const std::string& program, const WorkFolder& data, const Interrupt& interrupt);
+    Frames(const Sizes& sizes, const std::string& program, const WorkFolder& data, const Interrupt& interrupt);
 
-    [[nodiscard]] static std::string meaning();
+    [[nodiscard]] std::string meaning() const;
     [[nodiscard]] std::string table() const;
     [[nodiscard]] nlohmann::json json() const;
 
@@ -33,6 +32,7 @@ private:
         double microsecondsAReport = 0; // of the main thread
         [[nodiscard]] bool isGood() const;
     };
+    std::chrono::milliseconds duration_;
     std::vector<Round> rounds_;
 };
 

@@ -3,6 +3,7 @@
 #include "runner/Program.h"
 #include "runner/WorkFolder.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -23,6 +24,8 @@ struct Sizes {
     std::int64_t scaleFiles = 1'000'000;
     std::int64_t scanFiles = 100'000;
     std::int64_t scanFileBytes = 1'000;
+    std::chrono::milliseconds reports{5'000};
+    std::chrono::milliseconds idle{60'000};
 };
 inline constexpr Sizes quickSizes{.treeFiles = 20'000,
                                   .newFiles = 200,
@@ -30,7 +33,9 @@ inline constexpr Sizes quickSizes{.treeFiles = 20'000,
                                   .watchedFolders = 10'000,
                                   .changes = 20'000,
                                   .scaleFiles = 100'000,
-                                  .scanFiles = 10'000};
+                                  .scanFiles = 10'000,
+                                  .reports = std::chrono::milliseconds(500),
+                                  .idle = std::chrono::milliseconds(6'000)};
 
 struct Programs {
     std::string agent;

@@ -1,3 +1,4 @@
+#include "command_line/WholeNumber.h"
 #include "runner/Comparison.h"
 #include "runner/FirstScans.h"
 #include "runner/Frames.h"
@@ -14,6 +15,7 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -32,7 +34,8 @@ constexpr const char* usage =
     "  --scale     instead of the table, what a scan costs from 1 000 files to a million\n"
     "  --pictures FOLDER\n"
     "              draw bench.svg, or scale.svg, there\n"
-    "  --json      one JSON document instead of the table\n";
+    "  --json      one JSON document instead of the table\n"
+    "  --help      these words\n";
 
 struct Options {
     Sizes sizes;
@@ -43,10 +46,20 @@ struct Options {
     std::string pictures; // a folder, where they are wanted
 };
 
-Options readOptions(const std::vector<std::string>& arguments) {
+int readRounds(const std::string& word) {
+    constexpr std::uint32_t most = 10'000;
+    const std::uint32_t rounds = command_line::wholeNumber(word, most).value_or(0);
+    return rounds > 0 ? static_cast<int>(rounds) : throw std::invalid_argument(usage);
+}
+
+// Absent where help is asked for.
+std::optional<Options> readOptions(const std::vector<std::string>& arguments) {
     Options options;
     for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
         const bool hasValue = std::next(argument) != arguments.end();
+        if (*argument == "--help") {
+            return std::nullopt;
+        }
         if (*argument == "--quick") {
             options.sizes = quickSizes;
             options.rounds = 3;
@@ -59,7 +72,7 @@ Options readOptions(const std::vector<std::string>& arguments) {
         } else if (*argument == "--only" && hasValue) {
             options.only.push_back(*++argument);
         } else if (*argument == "--rounds" && hasValue) {
-            options.rounds = std::max(1, std::atoi((++argument)->c_str()));
+            options.rounds = readRounds(*++argument);
         } else {
             throw std::invalid_argument(usage);
         }
@@ -135,47 +148,39 @@ private:
     nlohmann::json rows_ = nlohmann::json::array();
 };
 
-bool compareAll(const Options& options, const Interrupt& interrupt, Output& output) {
-    const Programs all = programs();
+bool compareAll(const Options& options, const std::vector<Row>& rows, const Programs& all, const Interrupt& interrupt,
+                Output& output) {
     std::vector<Comparison> comparisons;
     bool isWhole = true;
-    for (const Row& row : chosenRows(options, allRows(options.sizes, all, interrupt))) {
+    for (const Row& row : rows) {
         isWhole &= attempt(row.name, [&] {
             const WorkFolder data(interrupt);
             comparisons.push_back(compare(row, all, options.rounds, data, interrupt));
             output.tell(Report::json(comparisons.back()), Report::table(comparisons.back()));
         });
     }
-    if (wants(options, "frames")) {
-        isWhole &= attempt("frames", [&] {
-            const WorkFolder data(interrupt);
-            const Frames frames(all.window, data, interrupt);
-            output.tell(frames.json(), frames.table());
-        });
-    }
-    if (wants(options, "scan")) {
-        isWhole &= attempt("scan", [&] {
-            const WorkFolder data(interrupt);
-            const FirstScans scans(options.sizes, all, data, interrupt);
-            output.tell(scans.json(), scans.table());
-        });
-    }
-    if (wants(options, "idle")) {
-        isWhole &= attempt("idle", [&] {
-            const WorkFolder data(interrupt);
-            const Idle idle(all, data, interrupt);
-            output.tell(idle.json(), idle.table());
-        });
-    }
-    if (!options.pictures.empty()) {
+    const auto measure = [&](const char* name, const auto& kind) {
+        if (wants(options, name)) {
+            isWhole &= attempt(name, [&] {
+                const WorkFolder data(interrupt);
+                const auto measured = kind(data);
+                output.tell(measured.json(), measured.table());
+            });
+        }
+    };
+    const Sizes& sizes = options.sizes;
+    measure("frames", [&](const WorkFolder& data) { return Frames(sizes, all.window, data, interrupt); });
+    measure("scan", [&](const WorkFolder& data) { return FirstScans(sizes, all, data, interrupt); });
+    measure("idle", [&](const WorkFolder& data) { return Idle(sizes, all, data, interrupt); });
+    if (!options.pictures.empty() && !comparisons.empty()) {
         Picture::write(options.pictures + "/bench.svg", Picture::bars(comparisons));
     }
     return isWhole;
 }
 
-bool scale(const Options& options, const Interrupt& interrupt, Output& output) {
+bool scale(const Options& options, const Programs& all, const Interrupt& interrupt, Output& output) {
     return attempt("scale", [&] {
-        const Scale scale(options.sizes, programs(), options.rounds, interrupt);
+        const Scale scale(options.sizes, all, options.rounds, interrupt);
         output.tell(scale.json(), scale.table());
         if (!options.pictures.empty()) {
             Picture::write(options.pictures + "/scale.svg", Picture::plot(scale));
@@ -184,8 +189,11 @@ bool scale(const Options& options, const Interrupt& interrupt, Output& output) {
 }
 
 int run(const Options& options, const Interrupt& interrupt) {
+    const Programs all = programs();
+    const std::vector<Row> rows = chosenRows(options, allRows(options.sizes, all, interrupt));
     Output output(options);
-    const bool isWhole = options.isScale ? scale(options, interrupt, output) : compareAll(options, interrupt, output);
+    const bool isWhole =
+        options.isScale ? scale(options, all, interrupt, output) : compareAll(options, rows, all, interrupt, output);
     output.end();
     return isWhole ? 0 : 1;
 }
@@ -197,8 +205,13 @@ int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv("QT_QUICK_BACKEND", "software", 1);
     try {
+        const std::optional<Options> options = readOptions({argv + 1, argv + argc});
+        if (!options) {
+            std::fputs(usage, stdout);
+            return 0;
+        }
         const Interrupt interrupt;
-        return run(readOptions({argv + 1, argv + argc}), interrupt);
+        return run(*options, interrupt);
     } catch (const Interrupted& end) {
         return 128 + end.signal;
     } catch (const std::invalid_argument& wrong) {

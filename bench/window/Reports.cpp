@@ -9,8 +9,9 @@ namespace bench {
 
 using std::chrono::steady_clock;
 
-Reports::Reports(std::shared_ptr<veskline::DesktopAppModel> model, std::int64_t aSecond, std::chrono::seconds duration)
-    : model_(std::move(model)), count_(aSecond * duration.count()),
+Reports::Reports(std::shared_ptr<veskline::DesktopAppModel> model, std::int64_t aSecond,
+                 std::chrono::milliseconds duration)
+    : model_(std::move(model)), count_(aSecond * duration.count() / 1000),
       thread_([this, duration, aSecond] { run(duration, aSecond); }) {}
 
 Reports::~Reports() {
@@ -21,7 +22,7 @@ std::string Reports::line(std::int64_t number) {
     return "Uploaded Work/clients/northwind/contracts/2026/file-" + std::to_string(number) + ".pdf";
 }
 
-void Reports::run(std::chrono::seconds duration, std::int64_t aSecond) {
+void Reports::run(std::chrono::milliseconds duration, std::int64_t aSecond) {
     const auto start = steady_clock::now();
     std::int64_t posted = 0;
     while (posted < count_) {

@@ -15,7 +15,7 @@ namespace bench {
 // thread as the engine hands them over. The reports end by themselves.
 class Reports {
 public:
-    Reports(std::shared_ptr<veskline::DesktopAppModel> model, std::int64_t aSecond, std::chrono::seconds duration);
+    Reports(std::shared_ptr<veskline::DesktopAppModel> model, std::int64_t aSecond, std::chrono::milliseconds duration);
     ~Reports();
     Reports(const Reports&) = delete;
     Reports& operator=(const Reports&) = delete;
@@ -29,7 +29,7 @@ public:
 private:
     static std::string line(std::int64_t number);
     void post(std::int64_t number);
-    void run(std::chrono::seconds duration, std::int64_t aSecond);
+    void run(std::chrono::milliseconds duration, std::int64_t aSecond);
 
     std::shared_ptr<veskline::DesktopAppModel> model_;
     std::int64_t count_;

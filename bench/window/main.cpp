@@ -52,8 +52,8 @@ QString lastRow(const QAbstractItemModel& rows) {
     return rows.data(rows.index(rows.rowCount() - 1, 0), Qt::UserRole + 1).toString();
 }
 
-// Shows `aSecond` log lines and as many progress reports for five seconds, and prints the frames that it made.
-void takeReports(const std::string& folder, std::int64_t aSecond) {
+// Shows `aSecond` log lines and as many progress reports for so long, and prints the frames that it made.
+void takeReports(const std::string& folder, std::int64_t aSecond, std::chrono::milliseconds duration) {
     Stage stage(folder);
     stage.launch();
     stage.signIn();
@@ -64,7 +64,7 @@ void takeReports(const std::string& folder, std::int64_t aSecond) {
     QElapsedTimer sinceLastReport;
     QTimer::singleShot(500, [&] {
         frames = std::make_unique<FrameTimes>(window);
-        reports = std::make_unique<Reports>(stage.model(), aSecond, std::chrono::seconds(5));
+        reports = std::make_unique<Reports>(stage.model(), aSecond, duration);
     });
     QTimer watch;
     QObject::connect(&watch, &QTimer::timeout, [&] {
@@ -88,16 +88,21 @@ void takeReports(const std::string& folder, std::int64_t aSecond) {
     QGuiApplication::exec();
 }
 
-// Prints the seconds that the scan took, and the frames that were made meanwhile.
-void scan(const std::string& folder, const std::string& documents, const std::string& url, bool hasWindow) {
-    settleIn(folder, url);
-    FirstScan scan(documents, hasWindow, folder + "/window.ini");
+// To its end; one that fails ends the process.
+void run(FirstScan& scan) {
     try {
         scan.run();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         std::quick_exit(EXIT_FAILURE);
     }
+}
+
+// Prints the seconds that the scan took, and the frames that were made meanwhile.
+void scan(const std::string& folder, const std::string& documents, const std::string& url, bool hasWindow) {
+    settleIn(folder, url);
+    FirstScan scan(documents, hasWindow, folder + "/window.ini");
+    run(scan);
     std::printf("%.3f", milliseconds(scan.duration()) / 1000);
     if (scan.frames()) {
         std::printf(" %zu %.3f %.3f", scan.frames()->count(), milliseconds(scan.frames()->quantile(0.999)),
@@ -112,7 +117,7 @@ void scan(const std::string& folder, const std::string& documents, const std::st
 void idle(const std::string& folder, const std::string& documents, const std::string& url, bool hasWindow) {
     settleIn(folder, url);
     FirstScan scan(documents, hasWindow, folder + "/window.ini");
-    scan.run();
+    run(scan);
     std::puts("on watch");
     std::fflush(stdout);
     QGuiApplication::exec();
@@ -127,8 +132,8 @@ int main(int argc, char** argv) {
     const QStringList words = QGuiApplication::arguments();
     if (words.size() == 3 && words[1] == QLatin1String("window")) {
         showOneFrame(words[2].toStdString());
-    } else if (words.size() == 4 && words[1] == QLatin1String("frames")) {
-        takeReports(words[2].toStdString(), words[3].toLongLong());
+    } else if (words.size() == 5 && words[1] == QLatin1String("frames")) {
+        takeReports(words[2].toStdString(), words[3].toLongLong(), std::chrono::milliseconds(words[4].toLongLong()));
     } else if (words.size() == 6 && words[1] == QLatin1String("idle")) {
         idle(words[2].toStdString(), words[3].toStdString(), words[4].toStdString(),
              words[5] == QLatin1String("shown"));
@@ -136,7 +141,7 @@ int main(int argc, char** argv) {
         scan(words[2].toStdString(), words[3].toStdString(), words[4].toStdString(),
              words[5] == QLatin1String("shown"));
     }
-    std::fputs("veskline-bench-window window STATE | frames STATE REPORTS_A_SECOND\n"
+    std::fputs("veskline-bench-window window STATE | frames STATE REPORTS_A_SECOND MILLISECONDS\n"
                "                      scan | idle STATE DOCUMENTS URL shown|hidden\n",
                stderr);
     return 2;
