@@ -11,7 +11,7 @@
 #include <system_error>
 #include <unistd.h>
 
-// A folder of a test's own, gone with all it holds when the test ends. It lies in memory where the machine has
+// A folder of a test's or a tool's own, gone with all it holds when that ends. It lies in memory where the machine has
 // /dev/shm, since a commit to a disk costs most of a millisecond, and has no links in its path.
 class TemporaryFolder {
 public:
@@ -56,16 +56,17 @@ public:
         return std::string(std::istreambuf_iterator<char>(in), {});
     }
 
-private:
-    static std::filesystem::path make() {
+    // A new folder of that kind, which is its caller's to remove.
+    static std::filesystem::path make(std::string_view name = "veskline-test") {
         const bool hasMemory = ::access("/dev/shm", W_OK | X_OK) == 0;
         const std::filesystem::path parent = hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path();
-        std::string name = (std::filesystem::canonical(parent) / "veskline-test-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) {
-            throw std::system_error(errno, std::generic_category(), "the test's folder could not be made");
+        std::string path = (std::filesystem::canonical(parent) / name).string() + "-XXXXXX";
+        if (::mkdtemp(path.data()) == nullptr) {
+            throw std::system_error(errno, std::generic_category(), "a temporary folder could not be made");
         }
-        return name;
+        return path;
     }
 
+private:
     std::filesystem::path path_;
 };

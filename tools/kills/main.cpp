@@ -1,8 +1,8 @@
 #include "command_line/WholeNumber.h"
 #include "kills/Trial.h"
+#include "support/TemporaryFolder.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -43,17 +42,6 @@ std::optional<Options> parse(std::span<char*> words) {
         (isSeed ? options.seed : options.rounds) = *number;
     }
     return options;
-}
-
-// In memory where the machine has /dev/shm.
-std::filesystem::path makeFolder() {
-    const bool hasMemory = ::access("/dev/shm", W_OK | X_OK) == 0;
-    const std::filesystem::path parent = hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path();
-    std::string name = (std::filesystem::canonical(parent) / "veskline-kills-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("no folder could be made in " + parent.string());
-    }
-    return name;
 }
 
 void print(const Options& options, const kills::Findings& findings, std::chrono::duration<double> time) {
@@ -91,7 +79,7 @@ int main(int count, char** words) {
     std::filesystem::path folder;
     int exitCode = brokenOff;
     try {
-        folder = makeFolder();
+        folder = TemporaryFolder::make("veskline-kills");
         exitCode = tryIn(folder, *options);
     } catch (const std::exception& error) {
         fmt::print(stderr, "veskline-kills: {}\n", error.what());

@@ -65,9 +65,9 @@ std::int64_t modificationTime(const std::string& file) {
     return ::stat(file.c_str(), &found) == 0 ? found.st_mtim.tv_sec * aSecond + found.st_mtim.tv_nsec : 0;
 }
 
-Tree::Tree(const Scratch& scratch, Layout layout) : away_(scratch.makeFolder("away")) {
+Tree::Tree(const TemporaryFolder& folder, Layout layout) : away_(folder.makeFolder("away")) {
     for (const std::string& name : namesOfRoots(layout)) {
-        roots_.push_back(scratch.makeFolder(name));
+        roots_.push_back(folder.makeFolder(name));
     }
 }
 

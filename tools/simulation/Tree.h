@@ -2,8 +2,8 @@
 
 #include "simulation/Names.h"
 #include "simulation/Operation.h"
-#include "simulation/Scratch.h"
 #include "simulation/Script.h"
+#include "support/TemporaryFolder.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -17,7 +17,7 @@ namespace veskline::simulation {
 // not be entered, is left undone. No two writes give a file the same time, but for those that mean to.
 class Tree {
 public:
-    Tree(const Scratch& scratch, Layout layout);
+    Tree(const TemporaryFolder& folder, Layout layout);
 
     [[nodiscard]] const std::vector<std::string>& roots() const noexcept { return roots_; }
 

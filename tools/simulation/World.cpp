@@ -38,7 +38,7 @@ void World::nameInTrace() {
     for (const std::string& root : tree_.roots()) {
         trace_.name(Oracle::rootTag(root), "tag-" + root.substr(root.rfind('/') + 1));
     }
-    trace_.name(scratch_.at(""), "~/");
+    trace_.name(folder_.at(""), "~/");
 }
 
 void World::run() {

@@ -8,7 +8,6 @@
 #include "simulation/LogOrder.h"
 #include "simulation/OneThread.h"
 #include "simulation/QueueWatch.h"
-#include "simulation/Scratch.h"
 #include "simulation/Script.h"
 #include "simulation/StateReader.h"
 #include "simulation/Tap.h"
@@ -18,6 +17,8 @@
 #include "state/LocalDatabase.h"
 #include "state/RetryQueueStore.h"
 #include "state/SessionStore.h"
+#include "support/TemporaryFolder.h"
+#include "support/Unprivileged.h"
 #include "sync/SyncCoordinator.h"
 
 #include <cstdint>
@@ -76,8 +77,9 @@ private:
     const Script& script_;
     Trace& trace_;
     Findings& findings_;
-    Scratch scratch_;
-    Tree tree_{scratch_, script_.layout};
+    TemporaryFolder folder_;
+    testing::Unprivileged user_{folder_.path()}; // so that permissions count
+    Tree tree_{folder_, script_.layout};
     testing::OneThread thread_{script_.seed};
     Tap databaseTap_{thread_.executor()};
     Tap queueTap_{thread_.executor()};
@@ -90,9 +92,9 @@ private:
     QueueWatch queueWatch_{findings_};
     LogOrder logOrder_{tree_.roots(), findings_};
 
-    const std::string databaseFolder_ = scratch_.makeFolder("state-database");
-    const std::string queueFolder_ = scratch_.makeFolder("state-queue");
-    const std::string sessionFolder_ = scratch_.makeFolder("state-session");
+    const std::string databaseFolder_ = folder_.makeFolder("state-database");
+    const std::string queueFolder_ = folder_.makeFolder("state-queue");
+    const std::string sessionFolder_ = folder_.makeFolder("state-session");
     SessionStore sessionStore_{sessionTap_.executor(), StorePlace{sessionFolder_ + "/session.json"}, std::nullopt};
     LocalDatabase database_{databaseTap_.executor(), StorePlace{databaseFolder_ + "/state.sqlite3"}, std::nullopt};
     RetryQueueStore retryQueue_{queueTap_.executor(), StorePlace{queueFolder_ + "/retry-queue.json"}, std::nullopt};
