@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
@@ -34,6 +35,32 @@ td{overflow-wrap:anywhere}.number{text-align:right;white-space:nowrap}
 </style></head><body><main><h1>Veskline local project</h1>
 <div class="soft">A hosted project on this machine. The page refreshes itself.</div>
 )";
+
+std::string escapedHtml(std::string_view text) {
+    std::string escaped;
+    for (const char byte : text) {
+        switch (byte) {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>':
+            escaped += "&gt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        case '\'':
+            escaped += "&#39;";
+            break;
+        default:
+            escaped += byte;
+        }
+    }
+    return escaped;
+}
 
 std::string textAt(const json& row, const char* name) {
     const auto found = row.find(name);
@@ -121,32 +148,6 @@ std::string section(std::string_view title, std::string_view columns, const json
 }
 
 } // namespace
-
-std::string escapedHtml(std::string_view text) {
-    std::string escaped;
-    for (const char byte : text) {
-        switch (byte) {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        case '"':
-            escaped += "&quot;";
-            break;
-        case '\'':
-            escaped += "&#39;";
-            break;
-        default:
-            escaped += byte;
-        }
-    }
-    return escaped;
-}
 
 std::string dashboardPage(const json& files, const json& jobs) {
     std::map<std::string, std::string> paths;

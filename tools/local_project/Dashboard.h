@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include <nlohmann/json.hpp>
 
@@ -10,7 +9,5 @@ namespace local_project {
 // The page at "/": files and jobs of all users, newest first, refreshing itself, with nothing loaded from elsewhere.
 // `files` and `jobs` are rows as the table service sends them. All that clients sent is shown as text.
 [[nodiscard]] std::string dashboardPage(const nlohmann::json& files, const nlohmann::json& jobs);
-
-[[nodiscard]] std::string escapedHtml(std::string_view text);
 
 } // namespace local_project

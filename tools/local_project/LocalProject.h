@@ -46,8 +46,6 @@ public:
     [[nodiscard]] Accounts& accounts() { return accounts_; }
     [[nodiscard]] Journal& journal() { return journal_; }
     [[nodiscard]] Faults& faults() { return faults_; }
-    [[nodiscard]] ObjectStore& objects() { return objects_; }
-    [[nodiscard]] Tables& tables() { return tables_; }
     [[nodiscard]] IngestWorker& worker() { return worker_; }
 
     // What /_local/state answers: `users`, `files`, `jobs`, `objects`.
