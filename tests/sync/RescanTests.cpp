@@ -64,7 +64,7 @@ TEST_F(Rescan, TakesThePlainPrefixAndTheFirstRootInTheList) {
     }
 }
 
-TEST_F(Rescan, SupersededMidwayQueuesNothingInRegularAndItemsInUltra) {
+TEST_F(Rescan, SupersededMidwayQueuesWhatIsOnTheWireInRegularAndAllInUltra) {
     for (const SyncMode mode : {SyncMode::regular, SyncMode::ultra}) {
         SCOPED_TRACE(rawValue(mode));
         stop();
