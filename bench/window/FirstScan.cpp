@@ -3,10 +3,7 @@
 #include "platform/async/Spawn.h"
 #include "state/SessionStore.h"
 
-#include <QCoreApplication>
 #include <QEventLoop>
-#include <QQuickWindow>
-#include <QTimer>
 
 #include <algorithm>
 #include <stdexcept>

@@ -6,10 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace veskline::testing {

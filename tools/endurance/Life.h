@@ -7,7 +7,6 @@
 #include "interface/DesktopWindow.h"
 #include "model/DesktopAppModel.h"
 
-#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>

@@ -6,6 +6,7 @@
 #include <array>
 #include <fstream>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace kills {

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <random>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kills {

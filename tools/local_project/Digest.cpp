@@ -1,6 +1,5 @@
 #include "local_project/Digest.h"
 
-#include <array>
 #include <stdexcept>
 
 #include <openssl/evp.h>

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <functional>
+#include <limits>
 
 #include <fmt/format.h>
 #include <fnmatch.h>

@@ -6,8 +6,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
-#include <limits>
 #include <mutex>
 #include <optional>
 #include <random>

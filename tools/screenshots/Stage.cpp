@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QQuickWindow>
 
 #include <cstdlib>
 #include <fstream>

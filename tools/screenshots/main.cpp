@@ -20,7 +20,6 @@
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
-#include <string>
 #include <string_view>
 
 namespace {

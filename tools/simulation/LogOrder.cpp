@@ -1,8 +1,5 @@
 #include "simulation/LogOrder.h"
 
-#include <algorithm>
-#include <utility>
-
 namespace veskline::simulation {
 
 void LogOrder::expect(bool isInOrder, const std::string& line) {

@@ -3,7 +3,6 @@
 #include "agent_stand/MachineControl.h"
 
 #include <cstdint>
-#include <string>
 
 // Inside the program under test: which of its calls go wrong, as Machine.h tells. Any thread. Nothing here allocates
 // once it is set up, nor throws, and errno is as it was.
