@@ -24,6 +24,7 @@ constexpr std::string_view usage = R"(veskline-kills [ROUNDS] [--seed N]
 
 Kills the built agent with SIGKILL, once a round (500): at random, and at each step of its work, held there by the
 hosted side or in the very call. Starts it again, and compares the hosted side with the disk. Prints what is broken.
+Ends with 1 where something is, with 3 where it could not go on.
 )";
 
 struct Options {

@@ -28,6 +28,7 @@ constexpr std::string_view usage = R"(veskline-simulation [--seeds FROM..TO | --
 
 Runs the sync engine from seeds, each of them a life of its own of files, users, faults and restarts, and checks every
 promise. Prints what a failing seed breaks and the shortest script that still breaks it. The default is --seeds 1..2000.
+Ends with 1 where a promise is broken, with 3 where it could not go on.
 )";
 
 struct Options {
