@@ -87,9 +87,9 @@ public:
     Reader(std::shared_ptr<Stream> stream, DirectoryEventStream* owner, const std::vector<std::string>& roots,
            const Options& options)
         : stream_(std::move(stream)), owner_(owner), lookInterval_(options.lookInterval),
-          batch_(roots, options.latency) {
+          calls_(options.calls ? options.calls : kernelCalls()), batch_(roots, options.latency) {
         const WatchedRoot::Surroundings surroundings{
-            .calls = options.calls ? options.calls : kernelCalls(),
+            .calls = calls_,
             .report = [this](std::string path) { batch_.add(std::move(path), Clock::now()); },
             .ignoredFolders = options.ignoredFolders,
             .isStopped = &stream_->isOver(),
@@ -174,6 +174,7 @@ private:
                                 : until - now_;
         const auto seconds = std::chrono::floor<std::chrono::seconds>(span);
         const struct timespec timeout{.tv_sec = seconds.count(), .tv_nsec = (span - seconds).count()};
+        calls_->rest();
         ::ppoll(sources.data(), sources.size(), &timeout, nullptr);
         now_ = Clock::now();
     }
@@ -181,6 +182,7 @@ private:
     const std::shared_ptr<Stream> stream_;
     DirectoryEventStream* const owner_; // only for Stream::post
     const std::chrono::nanoseconds lookInterval_;
+    const std::shared_ptr<const WatchCalls> calls_;
     PathBatch batch_;
     std::deque<WatchedRoot> roots_;
     Instant now_ = Clock::now();

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <dirent.h>
 #include <sched.h>
@@ -30,17 +29,13 @@ int watchByDescriptor(int instance, int folder) {
     return addWatch(instance, name.data());
 }
 
-// Stepping into a folder takes the right to pass through it, which watching it does not. Out again at once: a working
-// folder keeps its file system from being unmounted.
+// To step into a folder takes the right to pass through it, which to watch it does not.
 int watchFromWithin(int instance, int folder) {
-    if (::fchdir(folder) != 0) {
-        return watchByDescriptor(instance, folder);
-    }
-    const int watch = addWatch(instance, ".");
-    const int error = errno;
+    return ::fchdir(folder) == 0 ? addWatch(instance, ".") : watchByDescriptor(instance, folder);
+}
+
+void stepOut() {
     (void)::chdir("/");
-    errno = error;
-    return watch;
 }
 
 } // namespace
@@ -54,6 +49,7 @@ WatchCalls WatchCalls::kernel(bool hasOwnWorkingFolder) {
     return {
         .createInstance = [] { return ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK); },
         .watch = hasOwnWorkingFolder ? watchFromWithin : watchByDescriptor,
+        .rest = hasOwnWorkingFolder ? stepOut : [] {},
         .unwatch = ::inotify_rm_watch,
         .read = [](int instance,
                    std::span<std::byte> buffer) { return ::read(instance, buffer.data(), buffer.size()); },

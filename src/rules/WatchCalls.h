@@ -15,6 +15,9 @@ struct WatchCalls {
     // inotify_add_watch(2) of an open folder, which it tells from every other however it is named: the same number for
     // the same folder.
     std::function<int(int instance, int folder)> watch;
+    // Before the reader waits: leaves the folder that it may have stepped into to watch it, since a working folder
+    // keeps its file system from being unmounted.
+    std::function<void()> rest;
     std::function<int(int instance, int watch)> unwatch;
     // read(2) of an instance: whole events.
     std::function<ssize_t(int instance, std::span<std::byte> buffer)> read;
