@@ -1,26 +1,37 @@
 #include "hosted/JSONValue.h"
 
 #include "platform/json/Json.h"
+#include "platform/json/JsonPlace.h"
 
-#include <nlohmann/json.hpp>
+#include <fmt/format.h>
 
 namespace veskline {
 
+// Straight into the text: each file has two bodies, and a document of the library in between takes longer than both.
 struct JSONValueEncoder {
-    static platform::Json document(const JSONValue& value) { return std::visit(JSONValueEncoder(), value.value_); }
+    std::string& json;
+    platform::JsonPlace place;
 
-    platform::Json operator()(const JSONValue::Object& members) const {
-        platform::Json json = platform::Json::object();
+    void operator()(const JSONValue::Object& members) const {
+        char separator = '{';
         for (const auto& [key, member] : members) {
-            json[key] = document(member);
+            json += std::exchange(separator, ',');
+            platform::appendJsonText(json, key, place);
+            json += ':';
+            std::visit(JSONValueEncoder{json, platform::JsonPlace(place, key)}, member.value_);
         }
-        return json;
+        json += members.empty() ? "{}" : "}";
     }
-    platform::Json operator()(const auto& plain) const { return plain; }
+    void operator()(const std::string& text) const { platform::appendJsonText(json, text, place); }
+    void operator()(std::int64_t number) const { json += fmt::format_int(number).c_str(); }
+    void operator()(bool truth) const { json += truth ? "true" : "false"; }
+    void operator()(std::nullptr_t) const { json += "null"; }
 };
 
 std::string JSONValue::encoded(const Object& members) {
-    return platform::encodeCompact(JSONValueEncoder()(members));
+    std::string json;
+    JSONValueEncoder{json, platform::JsonPlace()}(members);
+    return json;
 }
 
 } // namespace veskline

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <ranges>
 #include <utility>
 
@@ -46,6 +47,13 @@ void appendHeaderLine(std::string& lines, const HttpHeader& header) {
     }
 }
 
+template <class Value>
+void set(CURL* handle, CURLoption option, Value value) {
+    if (const CURLcode code = curl_easy_setopt(handle, option, value); code != CURLE_OK) {
+        throw curlFailure(code, "");
+    }
+}
+
 bool mayBeSentTwice(const HttpRequest& request) {
     return request.method == "GET" || request.method == "HEAD";
 }
@@ -56,33 +64,34 @@ CurlExchange::CurlExchange(PendingExchange& pending, std::unique_ptr<FileBodyRea
                            const CurlLimits& limits)
     : pending_(pending), file_(std::move(file)), handle_(std::move(handle)), limits_(limits) {}
 
-template <class Value>
-void CurlExchange::set(CURLoption option, Value value) {
-    if (const CURLcode code = curl_easy_setopt(handle(), option, value); code != CURLE_OK) {
-        throw curlFailure(code, "");
+CurlHandle CurlExchange::newHandle(const CurlLimits& limits) {
+    CurlHandle handle(curl_easy_init());
+    if (!handle) {
+        throw std::bad_alloc();
     }
+    setProtocol(handle.get());
+    setBounds(handle.get(), limits);
+    setCallbacks(handle.get());
+    return handle;
 }
 
 void CurlExchange::prepare() {
-    curl_easy_reset(handle());
     response_ = HttpResponse();
     headerBytes_ = 0;
     isHeaderComplete_ = false;
     timesSent_ = 0;
     setRequest();
     setHeaders();
-    setBounds();
-    setCallbacks();
+    setReceiver();
 }
 
+// Each option that one exchange sets is set by every other, or says nothing there.
 void CurlExchange::setRequest() {
-    set(CURLOPT_URL, pending_.request.url.c_str());
-    set(CURLOPT_PATH_AS_IS, 1L);
-    set(CURLOPT_PROTOCOLS_STR, "http,https");
-    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    set(CURLOPT_NOBODY, pending_.request.method == "HEAD" ? 1L : 0L);
+    set(handle(), CURLOPT_URL, pending_.request.url.c_str());
+    set(handle(), CURLOPT_HTTPGET, 1L); // no body, unless one is set below
+    set(handle(), CURLOPT_NOBODY, pending_.request.method == "HEAD" ? 1L : 0L);
     setBody();
-    set(CURLOPT_CUSTOMREQUEST, pending_.request.method.c_str());
+    set(handle(), CURLOPT_CUSTOMREQUEST, pending_.request.method.c_str());
 }
 
 // A method that may carry a body announces its length also where it is nothing.
@@ -90,15 +99,16 @@ void CurlExchange::setBody() {
     const HttpRequest& request = pending_.request;
     if (std::holds_alternative<FileBody>(request.body)) {
         file_->rewind();
-        set(CURLOPT_POST, 1L);
-        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(file_->size()));
-        set(CURLOPT_UPLOAD_BUFFERSIZE, file_->size() < smallFile ? smallFile : usualBuffer);
+        set<const char*>(handle(), CURLOPT_POSTFIELDS, nullptr); // but what is read
+        set(handle(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(file_->size()));
+        set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, file_->size() < smallFile ? smallFile : usualBuffer);
         return;
     }
     const std::string* const bytes = std::get_if<std::string>(&request.body);
     if (bytes != nullptr || !mayBeSentTwice(request)) {
-        set(CURLOPT_POSTFIELDS, bytes != nullptr ? bytes->data() : "");
-        set(CURLOPT_POSTFIELDSIZE_LARGE, bytes != nullptr ? static_cast<curl_off_t>(bytes->size()) : curl_off_t{0});
+        set(handle(), CURLOPT_POSTFIELDS, bytes != nullptr ? bytes->data() : "");
+        set(handle(), CURLOPT_POSTFIELDSIZE_LARGE,
+            bytes != nullptr ? static_cast<curl_off_t>(bytes->size()) : curl_off_t{0});
     }
 }
 
@@ -124,8 +134,7 @@ void CurlExchange::setHeaders() {
         appendHeaderLine(headerLines_, header);
         endLine();
     }
-    set(CURLOPT_HTTPHEADER, linkedHeaderLines());
-    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    set(handle(), CURLOPT_HTTPHEADER, linkedHeaderLines());
 }
 
 // libcurl reads the list where it lies, for as long as the transfer lasts.
@@ -142,16 +151,33 @@ curl_slist* CurlExchange::linkedHeaderLines() {
     return next;
 }
 
-void CurlExchange::setBounds() {
-    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits_.connect.count()));
-    set(CURLOPT_LOW_SPEED_LIMIT, 1L);
-    set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits_.stall.count()));
-    set(CURLOPT_NOSIGNAL, 1L);
-    // An aborted exchange must not hold up the others until its look-up of a name has ended.
-    set(CURLOPT_QUICK_EXIT, 1L);
+void CurlExchange::setReceiver() {
+    for (const CURLoption option :
+         {CURLOPT_READDATA, CURLOPT_HEADERDATA, CURLOPT_WRITEDATA, CURLOPT_PREREQDATA, CURLOPT_PRIVATE}) {
+        set(handle(), option, this);
+    }
+    set(handle(), CURLOPT_ERRORBUFFER, account_.data());
 }
 
-void CurlExchange::setCallbacks() {
+// --- What all exchanges share ---
+
+void CurlExchange::setProtocol(CURL* handle) {
+    set(handle, CURLOPT_PATH_AS_IS, 1L);
+    set(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    set(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+}
+
+void CurlExchange::setBounds(CURL* handle, const CurlLimits& limits) {
+    set(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connect.count()));
+    set(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    set(handle, CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits.stall.count()));
+    set(handle, CURLOPT_NOSIGNAL, 1L);
+    // An aborted exchange must not hold up the others until its look-up of a name has ended.
+    set(handle, CURLOPT_QUICK_EXIT, 1L);
+}
+
+void CurlExchange::setCallbacks(CURL* handle) {
     const auto onRead = [](char* buffer, std::size_t size, std::size_t count, void* self) -> std::size_t {
         return guarded(self, std::size_t{CURL_READFUNC_ABORT},
                        [&](CurlExchange& exchange) { return exchange.file_->read({buffer, size * count}); });
@@ -171,16 +197,10 @@ void CurlExchange::setCallbacks() {
     const auto onSending = [](void* self, char*, char*, int, int) {
         return static_cast<CurlExchange*>(self)->refuseSecondSending();
     };
-    set(CURLOPT_READFUNCTION, static_cast<curl_read_callback>(onRead));
-    set(CURLOPT_READDATA, this);
-    set(CURLOPT_HEADERFUNCTION, static_cast<curl_write_callback>(onHeader));
-    set(CURLOPT_HEADERDATA, this);
-    set(CURLOPT_WRITEFUNCTION, static_cast<curl_write_callback>(onBody));
-    set(CURLOPT_WRITEDATA, this);
-    set(CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(onSending));
-    set(CURLOPT_PREREQDATA, this);
-    set(CURLOPT_ERRORBUFFER, account_.data());
-    set(CURLOPT_PRIVATE, this);
+    set(handle, CURLOPT_READFUNCTION, static_cast<curl_read_callback>(onRead));
+    set(handle, CURLOPT_HEADERFUNCTION, static_cast<curl_write_callback>(onHeader));
+    set(handle, CURLOPT_WRITEFUNCTION, static_cast<curl_write_callback>(onBody));
+    set(handle, CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(onSending));
 }
 
 template <class Result, class Step>

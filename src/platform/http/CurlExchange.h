@@ -25,6 +25,9 @@ using CurlHandle = std::unique_ptr<CURL, CurlCleanup>;
 // the handle point here, so it stays where it is. Used inside this folder.
 class CurlExchange {
 public:
+    // A handle for exchanges within these limits, one after the other.
+    [[nodiscard]] static CurlHandle newHandle(const CurlLimits& limits);
+
     // `file` is the opened file of the request's body, where it has one.
     CurlExchange(PendingExchange& pending, std::unique_ptr<FileBodyReader> file, CurlHandle handle,
                  const CurlLimits& limits);
@@ -34,7 +37,7 @@ public:
     [[nodiscard]] CURL* handle() const noexcept { return handle_.get(); }
     [[nodiscard]] std::uint64_t ticket() const noexcept { return pending_.ticket; }
 
-    // Sets the handle up for the request, before each time that it is added to the multi handle. Throws TransportError
+    // Gives the handle the request, before each time that it is added to the multi handle. Throws TransportError
     // for a request that cannot be sent.
     void prepare();
 
@@ -56,10 +59,10 @@ private:
     void setBody();
     void setHeaders();
     [[nodiscard]] curl_slist* linkedHeaderLines();
-    void setBounds();
-    void setCallbacks();
-    template <class Value>
-    void set(CURLoption option, Value value);
+    void setReceiver();
+    static void setProtocol(CURL* handle);
+    static void setBounds(CURL* handle, const CurlLimits& limits);
+    static void setCallbacks(CURL* handle);
 
     void takeHeaderLine(std::string_view line);
     void takeBody(std::string_view bytes);

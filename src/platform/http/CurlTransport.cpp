@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
-#include <new>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -310,11 +309,7 @@ CurlHandle CurlTransport::Engine::takeHandle() {
         idleHandles_.pop_back();
         return handle;
     }
-    CurlHandle handle(curl_easy_init());
-    if (!handle) {
-        throw std::bad_alloc();
-    }
-    return handle;
+    return CurlExchange::newHandle(limits_);
 }
 
 void CurlTransport::Engine::dropAll() {

@@ -97,4 +97,16 @@ std::string encodeCompact(const Json& document) {
     return encode(document, -1);
 }
 
+// Most texts stand as they are; whatever else is in one, the library sees to.
+void appendJsonText(std::string& json, std::string_view text, const JsonPlace& place) {
+    const auto isPlain = [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; };
+    if (std::ranges::all_of(text, isPlain)) {
+        json.append("\"").append(text).append("\"");
+    } else {
+        const Json value(text);
+        refuseInvalidText(value, place);
+        json += value.dump();
+    }
+}
+
 } // namespace platform

@@ -17,6 +17,7 @@ namespace platform {
 
 using Json = nlohmann::json;
 class JsonObject;
+class JsonPlace;
 
 // A text is no valid JSON, a document has not the form of the record that is read from it, or a document holds a text
 // that cannot be written. Its words name the place, as in: The value of "user.id" is missing
@@ -37,5 +38,8 @@ inline constexpr int deepestJson = 256;
 // Pretty is one value a line, two spaces a level, for files that people may look into; compact is for requests.
 [[nodiscard]] std::string encodePretty(const Json& document);
 [[nodiscard]] std::string encodeCompact(const Json& document);
+
+// Adds `text` to JSON that is written piece by piece, as encodeCompact() writes it. `place` names it in a failure.
+void appendJsonText(std::string& json, std::string_view text, const JsonPlace& place);
 
 } // namespace platform
