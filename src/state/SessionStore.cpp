@@ -43,13 +43,25 @@ SessionStore::SessionStore(async::Executor pool) : SessionStore(pool, defaultPla
 SessionStore::SessionStore(async::Executor pool, const StorePlace& url, std::optional<std::string> legacyURL)
     : serial_(pool), file_(url, std::move(legacyURL), mostBytes) {}
 
+// Every request asks for the session, and hardly ever has it changed.
 async::Task<std::optional<StoredSession>> SessionStore::load() {
-    std::optional<StoreFile::Content> content = readOrNothing(file_);
-    std::optional<StoredSession> session = content ? decoded(std::move(content->bytes)) : std::nullopt;
-    if (session && content->isLegacy) {
-        takeOver(*session);
+    const std::optional<platform::FileStamp> stamp = file_.stamp();
+    if (!stamp || stamp != lastStamp_) {
+        readAgain(stamp);
     }
-    co_return session;
+    co_return lastSession_;
+}
+
+// A failure and the older application's file are no reading of the file that the stamp is of.
+void SessionStore::readAgain(const std::optional<platform::FileStamp>& stamp) {
+    assert(executor().isCurrent());
+    const std::optional<StoreFile::Content> content = readOrNothing(file_);
+    const bool isOwn = content && !content->isLegacy;
+    lastSession_ = content ? decode(content->bytes) : std::nullopt;
+    lastStamp_ = isOwn && stamp && stamp->showsNextChange() ? stamp : std::nullopt;
+    if (lastSession_ && !isOwn) {
+        takeOver(*lastSession_);
+    }
 }
 
 async::Task<> SessionStore::save(StoredSession session) {
@@ -59,19 +71,9 @@ async::Task<> SessionStore::save(StoredSession session) {
 
 async::Task<> SessionStore::clear() {
     file_.clear();
-    lastBytes_.clear();
+    lastStamp_.reset();
     lastSession_.reset();
     co_return;
-}
-
-// Every request asks for the session, and hardly ever has it changed.
-const std::optional<StoredSession>& SessionStore::decoded(std::string bytes) {
-    assert(executor().isCurrent());
-    if (bytes != lastBytes_) {
-        lastSession_ = decode(bytes);
-        lastBytes_ = std::move(bytes);
-    }
-    return lastSession_;
 }
 
 void SessionStore::write(const StoredSession& session) const {

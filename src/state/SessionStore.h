@@ -17,8 +17,8 @@ namespace veskline {
 // older desktop application is taken over by copying it.
 //
 // Owned by the model, shared with the hosted client and the coordinator; outlives both. Its operations run one after
-// the other on executor(). What lies on the disk is what counts: it is read each time, and only what its bytes mean is
-// kept for as long as they stay the same. Each replacement of it is atomic, so a crash at any moment leaves the old
+// the other on executor(). What lies on the disk is what counts: the file is looked at each time, and read again where
+// it may have changed. Each replacement of it is atomic, so a crash at any moment leaves the old
 // session or the new one.
 //
 // Places in a folder that all users share count only where the file is this user's own (StorePlace): nobody else can
@@ -48,14 +48,14 @@ public:
     async::Task<> clear();
 
 private:
-    [[nodiscard]] const std::optional<StoredSession>& decoded(std::string bytes);
+    void readAgain(const std::optional<platform::FileStamp>& stamp);
     void write(const StoredSession& session) const;
     void takeOver(const StoredSession& session) const;
 
     async::SerialExecutor serial_;
     StoreFile file_;
-    std::string lastBytes_;                    // that were read
-    std::optional<StoredSession> lastSession_; // in them
+    std::optional<platform::FileStamp> lastStamp_; // of the file as it was read, if that can be told
+    std::optional<StoredSession> lastSession_;     // in it
 };
 
 static_assert(async::Actor<SessionStore>);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/files/FileStamp.h"
 #include "platform/files/WholeFile.h"
 #include "state/StorePlace.h"
 
@@ -30,6 +31,11 @@ public:
     // Throws platform::FileError for a failure that tells nothing of the content (no file descriptors left, a disk that
     // does not answer, a file that may not be read): to take such a file for a missing one could end in replacing it.
     [[nodiscard]] std::optional<Content> read() const;
+
+    // Of the store's own file; absent where there is none.
+    [[nodiscard]] std::optional<platform::FileStamp> stamp() const noexcept {
+        return platform::FileStamp::of(url_.path());
+    }
 
     // One atomic replacement, for this user alone. Throws platform::FileError, and the old file stays whole.
     void replace(std::string_view bytes) const;

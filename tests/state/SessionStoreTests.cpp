@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
 using namespace veskline;
 using veskline::testing::Unprivileged;
 using Store = veskline::testing::Stored<SessionStore>;
@@ -64,6 +68,22 @@ TEST(SessionStore, KeepsOldFileWhenWriteFails) {
               "The value of \"access_token\" cannot be written as JSON: it is not valid UTF-8");
     EXPECT_EQ(stored.folder.read("own"), anonymousText);
     EXPECT_FALSE(stored.folder.has(".own.tmp"));
+}
+
+TEST(SessionStore, SeesEveryChangeOfItsFile) {
+    Store stored;
+    const std::string other = R"({"access_token":"b","refresh_token":"r"})";
+    stored.folder.write("own", R"({"access_token":"a","refresh_token":"r"})");
+    std::this_thread::sleep_for(std::chrono::milliseconds(150)); // by then it need not be read again
+    EXPECT_EQ(stored.run(&SessionStore::load), anonymous);
+    stored.folder.write("own", other); // in its place, and of one length
+    EXPECT_EQ(stored.run(&SessionStore::load)->accessToken, "b");
+    EXPECT_EQ(stored.run(&SessionStore::load)->accessToken, "b");
+    stored.folder.write("new", R"({"access_token":"c","refresh_token":"r"})");
+    std::filesystem::rename(stored.folder.at("new"), stored.place.path);
+    EXPECT_EQ(stored.run(&SessionStore::load)->accessToken, "c");
+    std::filesystem::remove(stored.place.path);
+    EXPECT_EQ(stored.run(&SessionStore::load), std::nullopt);
 }
 
 TEST(SessionStore, SignsOutWhateverLiesThere) {
