@@ -61,6 +61,13 @@ TEST_F(Adapter, GivesTheLastLinesAsRowsWithOneRemovalAndOneInsertionAFlush) {
     stage.until("a flush", [&] { return insertions.count() == 3; });
     EXPECT_EQ(linesOf(all).front(), "1701");
     EXPECT_EQ(linesOf(all).back(), "2000");
+    recent.setProperty("pause", 3'600'000);
+    all.setProperty("pause", 1);
+    log(2001, 2010);
+    stage.until("a flush", [&] { return linesOf(recent).back() == "2010"; });
+    log(2011, 2012);
+    stage.until("the end of a pause", [&] { return linesOf(all).back() == "2012"; });
+    EXPECT_EQ(linesOf(recent).back(), "2010");
     LogLines late;
     late.setSource(&adapter);
     EXPECT_EQ(linesOf(late), linesOf(all));

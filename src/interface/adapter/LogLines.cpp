@@ -1,8 +1,14 @@
 #include "interface/adapter/LogLines.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace veskline {
+
+LogLines::LogLines(QObject* parent) : QAbstractListModel(parent) {
+    pauseTimer_.setSingleShot(true);
+    connect(&pauseTimer_, &QTimer::timeout, this, &LogLines::catchUp);
+}
 
 void LogLines::setSource(DesktopModelAdapter* source) {
     if (source == source_) {
@@ -13,7 +19,7 @@ void LogLines::setSource(DesktopModelAdapter* source) {
     }
     source_ = source;
     if (source_) {
-        connect(source_, &DesktopModelAdapter::logAppended, this, &LogLines::append);
+        connect(source_, &DesktopModelAdapter::logAppended, this, &LogLines::takeNews);
     }
     reset();
     Q_EMIT sourceChanged();
@@ -34,9 +40,27 @@ qsizetype LogLines::mostLines() const {
 
 void LogLines::reset() {
     beginResetModel();
+    linesBehind_ = 0;
     lines_ = source_ ? source_->logLines() : QStringList();
     lines_.remove(0, std::max<qsizetype>(0, lines_.size() - mostLines()));
     endResetModel();
+}
+
+void LogLines::takeNews(const QStringList& lines) {
+    linesBehind_ += lines.size();
+    if (!pauseTimer_.isActive()) {
+        catchUp();
+    }
+}
+
+void LogLines::catchUp() {
+    if (source_ && linesBehind_ > 0) {
+        const QStringList& all = source_->logLines();
+        append(all.last(std::min(std::exchange(linesBehind_, 0), all.size())));
+        if (pause_ > 0) {
+            pauseTimer_.start(pause_);
+        }
+    }
 }
 
 void LogLines::append(const QStringList& lines) {

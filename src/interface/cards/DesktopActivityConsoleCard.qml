@@ -64,6 +64,7 @@ DesktopSurface {
             model: LogLines {
                 source: root.model
                 lineLimit: root.lineLimit
+                pause: root.lineLimit > 0 ? 100 : 0
             }
             delegate: DesktopSelectableText {
                 required property string line
