@@ -169,6 +169,12 @@ protected:
         return held;
     }
 
+    // Which is read again then, and is not otherwise.
+    void changeTheSessionFile() const {
+        std::filesystem::last_write_time(folder.path() / "state/session.json",
+                                         std::filesystem::file_time_type::clock::now());
+    }
+
     std::unique_ptr<Program> startInto(Machine& machine, const Place& place) {
         const bool isHeld = place.from != From::start;
         machine.turnOn(!isHeld);
@@ -183,6 +189,7 @@ protected:
         std::unique_ptr<Program> agent = startOn(machine);
         if (isHeld) {
             EXPECT_TRUE(project.faults().waitForStalled(1, Program::patience));
+            changeTheSessionFile();
             machine.turnOn(true);
             project.faults().release();
         }

@@ -49,7 +49,7 @@ public:
         addCalls("state database", "*/state.sqlite3-journal", {"open", "write", "sync", "unlink"}, 6, Before::nothing);
         addCalls("state database", "*/state.sqlite3", {"write", "sync"}, 6, Before::nothing);
         addCalls("opening the stores", "*/state.sqlite3", {"open", "read"}, 2, Before::nothing);
-        addCalls("opening the stores", "*/session.json", {"open", "read"}, 2, Before::nothing);
+        addCalls("opening the stores", "*/session.json", {"open", "read"}, 1, Before::nothing);
         const std::vector<const char*> ofAStore{"open", "write", "sync", "rename"};
         addCalls("session file", "*/.session.json.tmp", ofAStore, 1, Before::expiredTokens);
         addCalls("queue, growing", "*/.retry-queue.json.tmp", ofAStore, Documents::fewestUploads, Before::failingJobs);
