@@ -55,12 +55,6 @@ void requireSameWork(const Runs& agent, const Runs& floor) {
     }
 }
 
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-}
-
 template <class Quantity>
 Comparison::Cost cost(const Runs& runs, const Runs& floor, Quantity quantity) {
     const auto amount = [&](const Sample& sample) { return static_cast<double>(quantity(sample)); };
@@ -103,6 +97,12 @@ std::vector<Runs> contenders(const Row& row, const Programs& programs, const Wor
 }
 
 } // namespace
+
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
 
 Comparison compare(const Row& row, const Programs& programs, int rounds, const WorkFolder& data,
                    const Interrupt& interrupt) {

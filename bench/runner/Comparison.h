@@ -31,4 +31,7 @@ struct Comparison {
 [[nodiscard]] Comparison compare(const Row& row, const Programs& programs, int rounds, const WorkFolder& data,
                                  const Interrupt& interrupt);
 
+// Of any number of values but none.
+[[nodiscard]] double median(std::vector<double> values);
+
 } // namespace bench

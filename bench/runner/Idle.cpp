@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <tuple>
 
 namespace bench {
@@ -40,15 +41,26 @@ struct Account {
     long nanoseconds = 0; // on a processor: proc(5), /proc/pid/task/tid/schedstat
 };
 
-Account accountOf(pid_t process) {
-    Account account;
+using Accounts = std::map<std::string, Account>; // by thread
+
+Accounts accountsOf(pid_t process) {
+    Accounts accounts;
     for (const auto& thread : std::filesystem::directory_iterator(fmt::format("/proc/{}/task", process))) {
-        account.wakeUps += numberIn(thread.path() / "status", "voluntary_ctxt_switches:");
-        long nanoseconds = 0;
-        std::ifstream(thread.path() / "schedstat") >> nanoseconds;
-        account.nanoseconds += nanoseconds;
+        Account& account = accounts[thread.path().filename()];
+        account.wakeUps = numberIn(thread.path() / "status", "voluntary_ctxt_switches:");
+        std::ifstream(thread.path() / "schedstat") >> account.nanoseconds;
     }
-    return account;
+    return accounts;
+}
+
+// A thread that has ended meanwhile, took its account with it.
+Account spent(Accounts before, const Accounts& after) {
+    Account sum;
+    for (const auto& [thread, account] : after) {
+        sum.wakeUps += account.wakeUps - before[thread].wakeUps;
+        sum.nanoseconds += account.nanoseconds - before[thread].nanoseconds;
+    }
+    return sum;
 }
 
 } // namespace
@@ -61,13 +73,13 @@ Idle::Idle(const Sizes& sizes, const Programs& programs, const WorkFolder& data,
         Program program({programs.window, "idle", data.emptyFolder("state"), folder, sink.url(), how}, interrupt);
         std::ignore = program.readLine(); // it is on watch
         wait(settling, interrupt);
-        const Account before = accountOf(program.process());
+        const Accounts before = accountsOf(program.process());
         wait(duration_, interrupt);
-        const Account after = accountOf(program.process());
+        const Account cost = spent(before, accountsOf(program.process()));
         const long kibibytes = numberIn(fmt::format("/proc/{}/smaps_rollup", program.process()), "Rss:");
         watches_.push_back({.how = how == std::string("shown") ? "with its window" : "without",
-                            .wakeUps = after.wakeUps - before.wakeUps,
-                            .cpuMilliseconds = static_cast<double>(after.nanoseconds - before.nanoseconds) / 1e6,
+                            .wakeUps = cost.wakeUps,
+                            .cpuMilliseconds = static_cast<double>(cost.nanoseconds) / 1e6,
                             .residentMiB = static_cast<double>(kibibytes) / 1024});
     }
 }

@@ -1,3 +1,4 @@
+#include "platform/files/DirectoryWalk.h"
 #include "platform/files/FileSystemIdentity.h"
 #include "rules/FileRules.h"
 #include "rules/WatchedRoot.h"
@@ -12,8 +13,6 @@
 namespace veskline {
 
 namespace {
-
-constexpr std::size_t mostOpenFolders = 63; // one more is open while it is listed
 
 // What makes a visit pointless until the folder's parent tells of a change. ENOTDIR and ELOOP: something else took the
 // folder's place.
@@ -165,7 +164,7 @@ void WatchedRoot::forget(Watch watch) {
 // --- The way down ---
 
 void WatchedRoot::keep(Watch watch, std::uint64_t device, platform::OpenDescriptor folder) {
-    if (way_.size() == mostOpenFolders) {
+    if (way_.size() == platform::DirectoryWalk::mostOpenFolders) {
         way_.erase(way_.begin());
     }
     way_.push_back({.watch = watch, .device = device, .folder = std::move(folder)});

@@ -9,10 +9,20 @@ namespace veskline {
 
 namespace {
 
-constexpr std::string_view digits = "0123456789abcdef";
-
 // Of a row whose digest is none, or zeros; no content has either.
 constexpr std::uint8_t otherText = 0xFF;
+
+constexpr std::uint8_t noDigit = 0xFF;
+
+// What each character stands for as a lowercase hexadecimal digit.
+constexpr std::array<std::uint8_t, 256> digitValues = [] {
+    std::array<std::uint8_t, 256> values{};
+    values.fill(noDigit);
+    for (std::uint8_t value = 0; const char digit : std::string_view("0123456789abcdef")) {
+        values[static_cast<unsigned char>(digit)] = value++;
+    }
+    return values;
+}();
 
 } // namespace
 
@@ -45,13 +55,17 @@ std::string StateRows::sha256(std::size_t index) const {
 StateRows::Digest StateRows::digestOf(std::string_view sha256) noexcept {
     Digest digest;
     digest.fill(otherText);
-    if (sha256.size() != 2 * digest.size() || sha256.find_first_not_of(digits) != std::string_view::npos) {
+    if (sha256.size() != 2 * digest.size()) {
         return digest;
     }
+    std::uint8_t seen = 0;
     for (std::size_t i = 0; i < digest.size(); ++i) {
-        digest[i] = static_cast<std::uint8_t>(digits.find(sha256[2 * i]) << 4U | digits.find(sha256[2 * i + 1]));
+        const std::uint8_t high = digitValues[static_cast<unsigned char>(sha256[2 * i])];
+        const std::uint8_t low = digitValues[static_cast<unsigned char>(sha256[2 * i + 1])];
+        digest[i] = static_cast<std::uint8_t>(high << 4U | low);
+        seen |= high | low;
     }
-    if (digest == Digest()) {
+    if (seen == noDigit || digest == Digest()) {
         digest.fill(otherText);
     }
     return digest;

@@ -17,9 +17,9 @@ namespace {
 // Stands in the place of a digest in the row of a file that is over the limit.
 constexpr const char* tooLargeMarker = "skipped-too-large";
 
-// Exact on purpose: any difference, however small, is worth a look at the content.
-bool hasSameAttributes(const FileStateRow& previous, const FileStateRow& row) {
-    return previous.bytes == row.bytes && previous.mtimeMilliseconds == row.mtimeMilliseconds;
+// Compared exactly, on purpose: any difference, however small, is worth a look at the content.
+platform::FileAttributes attributesIn(const FileStateRow& row) {
+    return {.bytes = row.bytes, .mtimeMilliseconds = row.mtimeMilliseconds};
 }
 
 RetryQueueItem retryItem(const FileStateRow& row, const std::string& userID, const std::string& lastError) {
@@ -89,7 +89,7 @@ async::Task<ScanResult> SyncCoordinator::processFile(std::string path, std::stri
         co_await database_.upsert(std::move(row));
         co_return ScanResult::skipped;
     }
-    if (previous && hasSameAttributes(*previous, row)) {
+    if (previous && attributesIn(*previous) == attributes) {
         co_return ScanResult::skipped;
     }
     row.sha256 = FileRules::sha256Hex(path, isQuitting_);

@@ -16,7 +16,6 @@ namespace platform::DirectoryWalk {
 namespace {
 
 constexpr std::size_t bufferBytes = 65536;
-constexpr std::size_t mostOpenFolders = 63; // one more is open while it is listed
 
 // A folder whose entries are listed and some of whose subfolders are still to be entered.
 struct Folder {

@@ -22,6 +22,9 @@ namespace platform {
 // the kernel makes up are not entered. A folder that is bound below itself is entered once.
 namespace DirectoryWalk {
 
+// Of the folders on the way down. One more is open while it is listed.
+inline constexpr std::size_t mostOpenFolders = 63;
+
 struct Visitor {
     // Asked for each entry by its name alone. On false the entry is dropped with all that lies in it.
     std::function<bool(std::string_view name)> wants;
