@@ -60,6 +60,7 @@ bool isLetterOrNumber(std::string_view character) {
     UChar32 first = U_SENTINEL; // stays where there is no character, and stands for what is no UTF-8
     if (!character.empty()) {
         std::int32_t at = 0;
+        // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): within ICU's macro
         U8_NEXT(character.data(), at, static_cast<std::int32_t>(character.size()), first);
     }
     return first >= 0 && (U_GET_GC_MASK(first) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
