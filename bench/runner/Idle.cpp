@@ -53,7 +53,7 @@ Accounts accountsOf(pid_t process) {
     return accounts;
 }
 
-// A thread that has ended meanwhile, took its account with it.
+// A thread that has ended meanwhile took its account with it.
 Account spent(Accounts before, const Accounts& after) {
     Account sum;
     for (const auto& [thread, account] : after) {
