@@ -31,6 +31,17 @@ create table if not exists preferences(
     value text not null
 );)";
 
+// The columns of the two statements that read whole rows.
+enum Column : int {
+    pathColumn,
+    rootPathColumn,
+    logicalPathColumn,
+    storageKeyColumn,
+    sha256Column,
+    bytesColumn,
+    mtimeColumn,
+};
+
 constexpr const char* selectFile = R"(select path, root_path, logical_path, storage_key, sha256, bytes, mtime_ms
 from files
 where path = ?1
@@ -76,7 +87,43 @@ const std::string& prepared(const StorePlace& place) {
     return place.path;
 }
 
+// Lives until the statement is stepped or finalized.
+std::string_view string(int at, sqlite3_stmt* statement) {
+    const unsigned char* const text = sqlite3_column_text(statement, at);
+    return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
+}
+
+FileStateRow makeRow(sqlite3_stmt* from) {
+    return {.path = std::string(string(pathColumn, from)),
+            .rootPath = std::string(string(rootPathColumn, from)),
+            .logicalPath = std::string(string(logicalPathColumn, from)),
+            .storageKey = std::string(string(storageKeyColumn, from)),
+            .sha256 = std::string(string(sha256Column, from)),
+            .bytes = sqlite3_column_int64(from, bytesColumn),
+            .mtimeMilliseconds = sqlite3_column_double(from, mtimeColumn)};
+}
+
 } // namespace
+
+std::string_view FileStateRowView::path() const {
+    return string(pathColumn, statement_);
+}
+
+std::string_view FileStateRowView::sha256() const {
+    return string(sha256Column, statement_);
+}
+
+std::int64_t FileStateRowView::bytes() const {
+    return sqlite3_column_int64(statement_, bytesColumn);
+}
+
+double FileStateRowView::mtimeMilliseconds() const {
+    return sqlite3_column_double(statement_, mtimeColumn);
+}
+
+FileStateRow FileStateRowView::row() const {
+    return makeRow(statement_);
+}
 
 void LocalDatabase::CloseConnection::operator()(sqlite3* connection) const noexcept {
     sqlite3_close(connection);
@@ -122,7 +169,7 @@ async::Task<std::optional<FileStateRow>> LocalDatabase::fileRecord(std::string p
     if (sqlite3_step(statement.get()) != SQLITE_ROW) {
         co_return std::nullopt;
     }
-    co_return makeRow(statement.get()).row();
+    co_return makeRow(statement.get());
 }
 
 async::Task<std::vector<FileStateRow>> LocalDatabase::rows(std::string rootPath) {
@@ -207,22 +254,6 @@ void LocalDatabase::bind(const std::string& text, int index, sqlite3_stmt* state
     sqlite3_bind_text(statement, index, text.c_str(), -1, sqliteTransient);
 }
 
-FileStateRowView LocalDatabase::makeRow(sqlite3_stmt* from) {
-    return {.path = string(0, from),
-            .rootPath = string(1, from),
-            .logicalPath = string(2, from),
-            .storageKey = string(3, from),
-            .sha256 = string(4, from),
-            .bytes = sqlite3_column_int64(from, 5),
-            .mtimeMilliseconds = sqlite3_column_double(from, 6)};
-}
-
-// Lives until the statement is stepped or finalized.
-std::string_view LocalDatabase::string(int at, sqlite3_stmt* statement) {
-    const unsigned char* const text = sqlite3_column_text(statement, at);
-    return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
-}
-
 std::string LocalDatabase::currentErrorMessage() const {
     return messageOf(database_.get());
 }
@@ -231,7 +262,7 @@ void LocalDatabase::visitRows(const std::string& rootPath, const RowVisitor& vis
     const Statement statement = prepare(selectRows);
     bind(rootPath, 1, statement.get());
     while (sqlite3_step(statement.get()) == SQLITE_ROW) {
-        visitor(makeRow(statement.get()));
+        visitor(FileStateRowView(statement.get()));
     }
 }
 

@@ -6,6 +6,7 @@
 #include "state/StorePlace.h"
 #include "state/records/FileStateRow.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,6 +18,23 @@ struct sqlite3;
 struct sqlite3_stmt;
 
 namespace veskline {
+
+// A stored row while it is being read: each value is fetched when it is asked for, and its texts live until the reader
+// is handed the next row. To be used on the database's executor alone.
+class FileStateRowView {
+public:
+    explicit FileStateRowView(sqlite3_stmt* statement) noexcept : statement_(statement) {}
+
+    [[nodiscard]] std::string_view path() const;
+    [[nodiscard]] std::string_view sha256() const;
+    [[nodiscard]] std::int64_t bytes() const;
+    [[nodiscard]] double mtimeMilliseconds() const;
+    // All of it, to keep.
+    [[nodiscard]] FileStateRow row() const;
+
+private:
+    sqlite3_stmt* statement_;
+};
 
 // The state database: what was last uploaded of each local file, so that a rescan can tell a changed file without
 // reading it, and a few preferences as text. One SQLite file, private to the user, of two tables that are made at the
@@ -83,8 +101,6 @@ private:
     [[nodiscard]] Statement prepare(const char* sql) const;
     void step(sqlite3_stmt* statement, const char* sql) const;
     static void bind(const std::string& text, int index, sqlite3_stmt* statement);
-    [[nodiscard]] static FileStateRowView makeRow(sqlite3_stmt* from);
-    [[nodiscard]] static std::string_view string(int at, sqlite3_stmt* statement);
     [[nodiscard]] std::string currentErrorMessage() const;
 
     void visitRows(const std::string& rootPath, const RowVisitor& visitor) const;

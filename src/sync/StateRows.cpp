@@ -1,6 +1,7 @@
 #include "sync/StateRows.h"
 
 #include "platform/files/FileDigest.h"
+#include "state/LocalDatabase.h"
 
 #include <algorithm>
 #include <optional>
@@ -31,11 +32,11 @@ StateRows::StateRows(const platform::PathList& files) : files_(files) {
 }
 
 void StateRows::add(const FileStateRowView& row) {
-    const std::optional<std::size_t> index = files_.find(row.path, expected_);
+    const std::optional<std::size_t> index = files_.find(row.path(), expected_);
     if (index) {
         expected_ = *index + 1;
-        kept_[*index] = Kept{.attributes = {.bytes = row.bytes, .mtimeMilliseconds = row.mtimeMilliseconds},
-                             .digest = digestOf(row.sha256)};
+        kept_[*index] = Kept{.attributes = {.bytes = row.bytes(), .mtimeMilliseconds = row.mtimeMilliseconds()},
+                             .digest = digestOf(row.sha256())};
         return;
     }
     gone_.push_back(row.row());

@@ -14,6 +14,8 @@
 
 namespace veskline {
 
+class FileStateRowView;
+
 // The state rows of one root as they stood when a scan began, set against the files that it found.
 //
 // Of a row whose file was found the attributes and the digest are kept, 48 bytes under the place of that file in the

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace veskline {
 
@@ -18,28 +17,6 @@ struct FileStateRow {
     double mtimeMilliseconds = 0; // since 1970-01-01 UTC, with its fraction: never rounded
 
     friend bool operator==(const FileStateRow&, const FileStateRow&) = default;
-};
-
-// The same row while it is being read: its texts live until the reader is handed the next one.
-struct FileStateRowView {
-    std::string_view path;
-    std::string_view rootPath;
-    std::string_view logicalPath;
-    std::string_view storageKey;
-    std::string_view sha256;
-    std::int64_t bytes = 0;
-    double mtimeMilliseconds = 0;
-
-    // One to keep.
-    [[nodiscard]] FileStateRow row() const {
-        return {.path = std::string(path),
-                .rootPath = std::string(rootPath),
-                .logicalPath = std::string(logicalPath),
-                .storageKey = std::string(storageKey),
-                .sha256 = std::string(sha256),
-                .bytes = bytes,
-                .mtimeMilliseconds = mtimeMilliseconds};
-    }
 };
 
 } // namespace veskline
