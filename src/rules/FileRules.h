@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/async/Executor.h"
 #include "platform/files/PathList.h"
 
 #include <array>
@@ -25,7 +26,8 @@ struct MountedFileSystem {
     bool operator==(const MountedFileSystem&) const = default;
 };
 
-// What one walk through a root found. Paths stand in the order of the walk.
+// What one walk through a root found. Paths stand in the order of the walk, those that a second thread found after the
+// others.
 struct FileEnumerationResult {
     platform::PathList supportedFiles;
     platform::PathList unsupportedFiles;
@@ -61,8 +63,10 @@ inline constexpr std::array<std::string_view, 2> excludedNames{".DS_Store", ".lo
 // Walks `root` and sorts its regular files. Hidden entries (a leading dot) and what shouldSkip tells are left out with
 // all below them, links are not followed, no folder is a package. A path that is no valid UTF-8 can be neither stored
 // nor sent, so it counts as unsupported. Reads no file; blocks the caller for the length of the walk; does not fail
-// for what lies on the disk. Once `*stop` is true it returns at the next folder.
-[[nodiscard]] FileEnumerationResult enumerateFiles(const std::string& root, const std::atomic<bool>* stop = nullptr);
+// for what lies on the disk. Once `*stop` is true it returns at the next folder. A thread of `helper` lists part of the
+// folders, where it has one to spare.
+[[nodiscard]] FileEnumerationResult enumerateFiles(const std::string& root, const std::atomic<bool>* stop = nullptr,
+                                                   async::Executor helper = {});
 [[nodiscard]] platform::PathList listFiles(const std::string& root);
 
 // Whether the selection drops `url`. Only the components below the root count, so a root may itself lie in a "Library".

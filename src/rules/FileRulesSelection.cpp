@@ -63,11 +63,8 @@ bool isWanted(std::string_view name) noexcept {
     return !name.starts_with('.') && !contains(excludedFolderNames, name) && !hasExcludedName(name);
 }
 
-} // namespace
-
-FileEnumerationResult enumerateFiles(const std::string& root, const std::atomic<bool>* stop) {
-    FileEnumerationResult result;
-    const platform::DirectoryWalk::Visitor visitor{
+platform::DirectoryWalk::Visitor sortInto(FileEnumerationResult& result) {
+    return {
         .wants = isWanted,
         .file =
             [&result](std::string_view path, std::string_view name) {
@@ -75,7 +72,18 @@ FileEnumerationResult enumerateFiles(const std::string& root, const std::atomic<
                 (isOurs ? result.supportedFiles : result.unsupportedFiles).add(path);
             },
     };
-    platform::DirectoryWalk::Outcome outcome = platform::DirectoryWalk::run(root, visitor, stop);
+}
+
+} // namespace
+
+FileEnumerationResult enumerateFiles(const std::string& root, const std::atomic<bool>* stop, async::Executor helper) {
+    namespace DirectoryWalk = platform::DirectoryWalk;
+    FileEnumerationResult result;
+    FileEnumerationResult helpers;
+    DirectoryWalk::Outcome outcome =
+        DirectoryWalk::run(root, sortInto(result), stop, DirectoryWalk::Calls::kernel(), {helper, sortInto(helpers)});
+    result.supportedFiles.append(helpers.supportedFiles);
+    result.unsupportedFiles.append(helpers.unsupportedFiles);
     for (auto& [path, reason] : outcome.failures) {
         result.unavailableFolders.push_back({.path = std::move(path), .reason = std::move(reason)});
     }

@@ -1,241 +1,135 @@
 #include "platform/files/DirectoryWalk.h"
 
-#include "platform/files/OpenDescriptor.h"
+#include "platform/async/PostCall.h"
+#include "platform/files/FolderWalker.h"
 #include "platform/files/Paths.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <condition_variable>
 #include <dirent.h>
+#include <exception>
 #include <fcntl.h>
-#include <system_error>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <optional>
 #include <utility>
 
 namespace platform::DirectoryWalk {
 
 namespace {
 
-constexpr std::size_t bufferBytes = 65536;
-
-// A folder whose entries are listed and some of whose subfolders are still to be entered.
-struct Folder {
-    OpenDescriptor descriptor; // closed while the walk is far below
-    dev_t device;
-    ino_t inode;
-    std::size_t pathLength;
-    std::size_t firstName; // from here on the waiting names are its own, or those of folders below it
-};
-
-bool isGone(int error) {
-    // ENOTDIR and ELOOP: something else took the folder's place.
-    return error == ENOENT || error == ENOTDIR || error == ELOOP;
-}
-
-class Walk {
+// A walk by one thread, and by a second one once that has time: whoever has nothing left to see takes a part of what
+// the other still has. Both own it, as the second may come when all is over; it then touches nothing else.
+class SharedWalk {
 public:
-    Walk(const std::string& root, const Visitor& visitor, const std::atomic<bool>* stop, const Calls& calls)
-        : root_(withoutTrailingSlashes(root)), path_(root_ == "/" ? "" : root_), visitor_(visitor), stop_(stop),
-          calls_(calls), buffer_(bufferBytes) {}
+    SharedWalk(const std::string& root, const Visitor& visitor, const Visitor& helpersVisitor,
+               const std::atomic<bool>* stop, const Calls& calls)
+        : own_(root, visitor, stop, calls), helpers_(root, helpersVisitor, stop, calls) {}
 
+    // On the calling thread, until both have seen all. Throws what a visitor threw.
     Outcome run() {
-        enterRoot();
-        while (!waiting_.empty() && !isStopped()) {
-            if (waiting_.size() > folders_.back().firstName) {
-                enterNext();
-            } else {
-                leave();
-            }
+        see(own_, [this] { return own_.enterRoot(); });
+        waitForEnd();
+        if (failure_) {
+            std::rethrow_exception(failure_);
         }
-        if (isStopped()) {
-            outcome_.failures.push_back({.path = root_, .reason = "the listing was broken off"});
+        return together();
+    }
+
+    // On the second thread.
+    void help() {
+        if (join()) {
+            see(helpers_, [this] { return take(); });
         }
-        return std::move(outcome_);
     }
 
 private:
-    [[nodiscard]] bool isStopped() const { return stop_ != nullptr && stop_->load(std::memory_order_relaxed); }
-
-    [[nodiscard]] const std::string& folderPath() const { return path_.empty() ? root_ : path_; }
-
-    // The folder that path_ names is not fully known. Once a folder: many entries may fail in one.
-    void fail(std::string reason) {
-        if (outcome_.failures.empty() || outcome_.failures.back().path != folderPath()) {
-            outcome_.failures.push_back({.path = folderPath(), .reason = std::move(reason)});
-        }
-    }
-    void fail(int error) { fail(std::generic_category().message(error)); }
-
-    void enterRoot() {
-        OpenDescriptor root = OpenDescriptor::folder(AT_FDCWD, root_.c_str());
-        if (root.isOpen()) {
-            enter(std::move(root));
-        } else {
-            fail(errno);
-        }
-    }
-
-    void enterNext() {
-        const Folder& parent = folders_.back();
-        waiting_.pop_back(); // the zero byte of the last name
-        const std::size_t start = std::max(waiting_.rfind('\0') + 1, parent.firstName);
-        const std::size_t length = path_.size();
-        path_.append("/").append(waiting_, start);
-        waiting_.resize(start);
-        const char* const name = path_.c_str() + length + 1;
-        OpenDescriptor folder = OpenDescriptor::folder(parent.descriptor.number(), name, O_NOFOLLOW);
-        if (folder.isOpen()) {
-            enter(std::move(folder));
-        } else if (const int error = errno; !isGone(error)) {
-            fail(error);
-        }
-        path_.resize(folders_.back().pathLength);
-    }
-
-    // Lists the folder that path_ names; it stays on the way if there is more to see below it.
-    void enter(OpenDescriptor descriptor) {
-        struct stat found{};
-        if (calls_.stat(descriptor.number(), "", found) != 0) {
-            return fail(errno);
-        }
-        if (!mayEnter(descriptor, found)) {
-            return;
-        }
-        const std::size_t firstName = waiting_.size();
-        list(descriptor.number());
-        if (waiting_.size() > firstName) {
-            closeFarthest();
-            folders_.push_back({.descriptor = std::move(descriptor),
-                                .device = found.st_dev,
-                                .inode = found.st_ino,
-                                .pathLength = path_.size(),
-                                .firstName = firstName});
-        }
-    }
-
-    bool mayEnter(const OpenDescriptor& descriptor, const struct stat& found) {
-        const auto isSame = [&](const Folder& folder) {
-            return folder.inode == found.st_ino && folder.device == found.st_dev;
-        };
-        if (std::ranges::any_of(folders_, isSame)) {
-            return false; // bound below itself
-        }
-        if (!folders_.empty() && folders_.back().device == found.st_dev) {
-            return true;
-        }
-        const std::optional<FileSystemIdentity> identity = calls_.identify(descriptor.number());
-        if (!identity) {
-            fail(errno);
-        } else if (identity->isKernelMade) {
-            fail("its file system is made by the kernel");
-        } else {
-            outcome_.fileSystems.push_back({.path = folderPath(), .identity = identity->text});
-        }
-        return identity && !identity->isKernelMade;
-    }
-
-    // Keeps the number of descriptors down: of the folders on the way, the deepest ones are open.
-    void closeFarthest() {
-        if (folders_.size() - firstOpen_ == mostOpenFolders) {
-            folders_[firstOpen_++].descriptor = OpenDescriptor();
-        }
-    }
-
-    // Goes back to the parent. One that was closed meanwhile is opened from below and must be the folder it was.
-    void leave() {
-        const Folder child = std::move(folders_.back());
-        folders_.pop_back();
-        Folder& parent = folders_.back();
-        path_.resize(parent.pathLength);
-        if (firstOpen_ < folders_.size()) {
-            return;
-        }
-        const int error = reopen(parent, child.descriptor);
-        firstOpen_ = folders_.size() - 1;
-        if (error != 0 && waiting_.size() > parent.firstName) {
-            fail(error);
-            waiting_.resize(parent.firstName);
-        }
-    }
-
-    int reopen(Folder& parent, const OpenDescriptor& child) {
-        struct stat found{};
-        OpenDescriptor folder = OpenDescriptor::folder(child.number(), "..", O_NOFOLLOW);
-        if (!folder.isOpen() || calls_.stat(folder.number(), "", found) != 0) {
-            return errno;
-        }
-        if (found.st_dev != parent.device || found.st_ino != parent.inode) {
-            return ESTALE;
-        }
-        parent.descriptor = std::move(folder);
-        return 0;
-    }
-
-    void list(int folder) {
-        while (!isStopped()) {
-            const ssize_t count = calls_.read(folder, buffer_);
-            if (count == 0) {
-                return;
+    template <class First>
+    void see(FolderWalker& walker, const First& first) noexcept {
+        try {
+            for (std::optional<Rest> rest = first(); rest; rest = take()) {
+                walker.walk(std::move(*rest), [this](Rest& mine) { share(mine); });
             }
-            if (count > 0) {
-                take(folder, std::span(buffer_).first(static_cast<std::size_t>(count)));
-            } else if (const int error = errno; error != EINTR) {
-                return error == ENOENT ? void() : fail(error);
+        } catch (...) {
+            breakOff(std::current_exception());
+        }
+    }
+
+    // Between any two folders, so it costs next to nothing while both have enough to see.
+    void share(Rest& mine) {
+        if (isWanted_.load(std::memory_order_relaxed)) {
+            if (std::optional<Rest> part = mine.split()) {
+                give(std::move(*part));
             }
         }
     }
 
-    void take(int folder, std::span<const std::byte> entries) {
-        constexpr std::size_t nameOffset = offsetof(struct dirent64, d_name);
-        while (entries.size() > nameOffset) {
-            const auto* entry = reinterpret_cast<const struct dirent64*>(entries.data());
-            if (entry->d_reclen <= nameOffset || entry->d_reclen > entries.size()) {
-                return fail(EIO);
-            }
-            const char* const name = entry->d_name;
-            take(folder, std::string_view(name, ::strnlen(name, entry->d_reclen - nameOffset)), entry->d_type);
-            entries = entries.subspan(entry->d_reclen);
-        }
+    void give(Rest part) {
+        const std::lock_guard lock(mutex_);
+        given_ = std::move(part);
+        isWanted_ = false;
+        changed_.notify_all();
     }
 
-    void take(int folder, std::string_view name, unsigned char type) {
-        if (name == "." || name == ".." || !visitor_.wants(name)) {
-            return;
-        }
-        if (type == DT_UNKNOWN) {
-            type = typeOf(folder, name);
-        }
-        if (type == DT_DIR) {
-            waiting_.append(name).push_back('\0');
-        } else if (type == DT_REG) {
-            const std::size_t length = path_.size();
-            path_.append("/").append(name);
-            visitor_.file(path_, name);
-            path_.resize(length);
-        }
+    // False when all is seen.
+    bool join() {
+        const std::lock_guard lock(mutex_);
+        const bool isOver = busy_ == 0;
+        busy_ += isOver ? 0 : 1;
+        return !isOver;
     }
 
-    // Not every file system tells the type with the name.
-    unsigned char typeOf(int folder, std::string_view name) {
-        struct stat found{};
-        if (calls_.stat(folder, name.data(), found) == 0) {
-            return static_cast<unsigned char>(IFTODT(found.st_mode));
+    // Waits for something to see; none when all is seen.
+    std::optional<Rest> take() {
+        std::unique_lock lock(mutex_);
+        --busy_;
+        ++waiting_;
+        isWanted_ = !given_;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return given_ || busy_ == 0; });
+        --waiting_;
+        if (!given_) {
+            return std::nullopt;
         }
-        if (const int error = errno; error != ENOENT) {
-            fail(error);
-        }
-        return DT_UNKNOWN;
+        ++busy_;
+        isWanted_ = waiting_ > 0;
+        return std::exchange(given_, std::nullopt);
     }
 
-    const std::string root_;
-    std::string path_; // of the folder that is looked at; empty for "/"
-    const Visitor& visitor_;
-    const std::atomic<bool>* stop_;
-    const Calls& calls_;
-    std::vector<std::byte> buffer_;
-    std::vector<Folder> folders_; // the way from the root to the folder that is looked at
-    std::size_t firstOpen_ = 0;   // folders_ from here on are open
-    std::string waiting_;         // names of folders to enter, each with a zero byte, those of the deepest folder last
-    Outcome outcome_;
+    void breakOff(std::exception_ptr failure) {
+        const std::lock_guard lock(mutex_);
+        --busy_;
+        failure_ = std::move(failure);
+        given_.reset();
+        changed_.notify_all();
+    }
+
+    void waitForEnd() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return busy_ == 0; });
+    }
+
+    Outcome together() {
+        Outcome all = std::move(own_.outcome());
+        Outcome& helpers = helpers_.outcome();
+        std::ranges::move(helpers.failures, std::back_inserter(all.failures));
+        std::ranges::move(helpers.fileSystems, std::back_inserter(all.fileSystems));
+        if (own_.isStopped()) {
+            all.failures.push_back({.path = own_.root(), .reason = "the listing was broken off"});
+        }
+        return all;
+    }
+
+    FolderWalker own_;
+    FolderWalker helpers_;
+    std::atomic<bool> isWanted_ = false; // by who waits for something to see
+
+    std::mutex mutex_; // guards the rest
+    std::condition_variable changed_;
+    int busy_ = 1; // with something to see
+    int waiting_ = 0;
+    std::optional<Rest> given_; // not yet taken
+    std::exception_ptr failure_;
 };
 
 } // namespace
@@ -252,8 +146,13 @@ Calls Calls::kernel() {
     };
 }
 
-Outcome run(const std::string& root, const Visitor& visitor, const std::atomic<bool>* stop, const Calls& calls) {
-    return Walk(root, visitor, stop, calls).run();
+Outcome run(const std::string& root, const Visitor& visitor, const std::atomic<bool>* stop, const Calls& calls,
+            const Helper& helper) {
+    const auto walk = std::make_shared<SharedWalk>(root, visitor, helper.visitor, stop, calls);
+    if (helper.executor) {
+        async::postCall(helper.executor, [walk] { walk->help(); });
+    }
+    return walk->run();
 }
 
 } // namespace platform::DirectoryWalk

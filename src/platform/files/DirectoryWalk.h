@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/async/Executor.h"
 #include "platform/files/FileSystemIdentity.h"
 
 #include <atomic>
@@ -15,7 +16,7 @@
 namespace platform {
 
 // One walk through a folder and all below it, made for whole disks: a few system calls a folder and none a file, memory
-// that grows with the depth alone, at most 64 open descriptors, and no recursion, so that no tree is too deep.
+// that grows with the depth alone, at most 64 open descriptors a thread, and no recursion, so that no tree is too deep.
 //
 // Links below the root are not followed, not even one that takes a folder's place during the walk; the root itself may
 // be one. Folders are opened relative to their parents and entered once all of the parent is listed. File systems that
@@ -64,11 +65,19 @@ struct Calls {
     static Calls kernel();
 };
 
+// A second thread for a walk, taken when the executor has one to spare; without an executor there is none. Part of the
+// folders are then listed there at the same time, and `visitor` is told of what lies in them, on that thread.
+struct Helper {
+    async::Executor executor;
+    Visitor visitor;
+};
+
 // Walks `root` and returns when all is seen. Runs on the caller, which it blocks; never throws for what lies on the
-// disk. A root that is missing, unreadable or no folder is a failure with the root's own path. Once `*stop` is true it
-// returns at the next folder; the root then counts as a failure too, since nobody may take what was not seen for gone.
+// disk, only what a visitor throws. A root that is missing, unreadable or no folder is a failure with the root's own
+// path. Once `*stop` is true it returns at the next folder; the root then counts as a failure too, since nobody may
+// take what was not seen for gone.
 [[nodiscard]] Outcome run(const std::string& root, const Visitor& visitor, const std::atomic<bool>* stop = nullptr,
-                          const Calls& calls = Calls::kernel());
+                          const Calls& calls = Calls::kernel(), const Helper& helper = {});
 
 } // namespace DirectoryWalk
 

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "platform/files/PathList.h"
+
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <sys/stat.h>
 
@@ -21,6 +25,11 @@ struct FileAttributes {
 
 // The same; absent, with the reason in errno, where the file cannot be looked at.
 [[nodiscard]] std::optional<FileAttributes> findFileAttributes(const char* path) noexcept;
+
+// The same for files next to each other in a sorted list, from the one at `first` on: one answer a file. The folder
+// that all of them share is looked up once, which spares each the better part of its path.
+void findFileAttributes(const PathList& files, std::size_t first,
+                        std::span<std::optional<FileAttributes>> answers) noexcept;
 
 // The same out of what the system answered, which may lack the time.
 [[nodiscard]] FileAttributes attributesOf(const struct statx& answer) noexcept;

@@ -32,6 +32,10 @@ OpenDescriptor OpenDescriptor::folder(int parent, const char* name, int flags) n
     return opened([&] { return ::openat(parent, name, flags | O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
 }
 
+OpenDescriptor OpenDescriptor::duplicate() const noexcept {
+    return OpenDescriptor(::fcntl(number_, F_DUPFD_CLOEXEC, 0));
+}
+
 bool OpenDescriptor::close() noexcept {
     return number_ < 0 || ::close(std::exchange(number_, -1)) == 0;
 }

@@ -38,6 +38,9 @@ public:
         return folder(parent, name.c_str(), flags);
     }
 
+    // Another one of the same open file.
+    [[nodiscard]] OpenDescriptor duplicate() const noexcept;
+
     [[nodiscard]] int number() const noexcept { return number_; }
     [[nodiscard]] bool isOpen() const noexcept { return number_ >= 0; }
 

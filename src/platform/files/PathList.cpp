@@ -1,5 +1,7 @@
 #include "platform/files/PathList.h"
 
+#include "platform/async/SharedWork.h"
+
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
@@ -8,19 +10,38 @@ namespace platform {
 
 void PathList::add(std::string_view path) {
     const std::size_t start = text_.size();
-    if (start + path.size() + 1 > std::numeric_limits<std::uint32_t>::max()) {
-        throw std::length_error("There are too many files: their paths take more than 4 GiB");
-    }
+    checkRoomFor(path.size() + 1);
     text_.append(path);
     text_.append('\0');
     starts_.append(static_cast<std::uint32_t>(start));
 }
 
-void PathList::sort() {
+void PathList::append(const PathList& other) {
+    const std::size_t start = text_.size();
+    checkRoomFor(other.text_.size());
+    text_.append(other.text_.values());
+    for (const std::uint32_t theirs : other.starts_.values()) {
+        starts_.append(static_cast<std::uint32_t>(start + theirs));
+    }
+}
+
+void PathList::checkRoomFor(std::size_t bytes) const {
+    if (text_.size() + bytes > std::numeric_limits<std::uint32_t>::max()) {
+        throw std::length_error("There are too many files: their paths take more than 4 GiB");
+    }
+}
+
+void PathList::sort(async::Executor helper) {
     const char* const text = text_.values().data();
-    std::ranges::sort(starts_.values(), [text](std::uint32_t left, std::uint32_t right) {
+    const auto isBefore = [text](std::uint32_t left, std::uint32_t right) {
         return std::strcmp(text + left, text + right) < 0; // compares as unsigned bytes
+    };
+    const auto starts = starts_.values();
+    const auto middle = starts.begin() + static_cast<std::ptrdiff_t>(size() / 2);
+    async::shareOut(helper, 2, [&](std::size_t half) {
+        std::sort(half == 0 ? starts.begin() : middle, half == 0 ? middle : starts.end(), isBefore);
     });
+    std::inplace_merge(starts.begin(), middle, starts.end(), isBefore);
 }
 
 std::size_t PathList::lowerBound(std::string_view path) const {

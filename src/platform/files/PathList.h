@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/async/Executor.h"
 #include "platform/files/GrowingPages.h"
 
 #include <compare>
@@ -21,8 +22,12 @@ public:
     // Throws std::length_error when the text of all paths passes 4 GiB, std::bad_alloc when there is no memory.
     void add(std::string_view path);
 
+    // Adds all paths of `other` at the end. Throws as add() does.
+    void append(const PathList& other);
+
     // Orders the paths bytewise, as whole strings: "/a/b.txt" stands before "/a/b/c", since "." comes before "/".
-    void sort();
+    // A thread of `helper` sorts half of them, where it has one to spare.
+    void sort(async::Executor helper = {});
 
     // The place of the first path that is not before `path`, which is size() if there is none. The list is sorted.
     [[nodiscard]] std::size_t lowerBound(std::string_view path) const;
@@ -58,6 +63,7 @@ public:
     [[nodiscard]] Iterator end() const noexcept { return {this, size()}; }
 
 private:
+    void checkRoomFor(std::size_t bytes) const;
     [[nodiscard]] bool isAt(std::size_t index, std::string_view path) const noexcept;
 
     GrowingPages<char> text_;            // each path and a zero byte

@@ -1,3 +1,4 @@
+#include "platform/async/ThreadPool.h"
 #include "platform/files/DirectoryWalk.h"
 #include "platform/files/OpenDescriptor.h"
 #include "platform/files/Paths.h"
@@ -11,7 +12,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <random>
 #include <set>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -37,6 +40,22 @@ protected:
         };
         outcome_ =
             DirectoryWalk::run(root_, {.wants = [](auto name) { return name != "no"; }, .file = add}, nullptr, calls_);
+        std::ranges::sort(files);
+        return files;
+    }
+    // The same by two threads; how many of the files the second one found.
+    Paths walkTogether(std::size_t& byHelper) {
+        Paths files;
+        Paths helpers;
+        const auto wants = [](std::string_view name) { return name != "no"; };
+        const auto addTo = [&](Paths& to) {
+            return DirectoryWalk::Visitor{.wants = wants, .file = [&](std::string_view path, std::string_view) {
+                                              to.emplace_back(path.substr(root_.size() + 1));
+                                          }};
+        };
+        outcome_ = DirectoryWalk::run(root_, addTo(files), nullptr, calls_, {pool_.executor(), addTo(helpers)});
+        byHelper = helpers.size();
+        files.insert(files.end(), helpers.begin(), helpers.end());
         std::ranges::sort(files);
         return files;
     }
@@ -80,6 +99,7 @@ protected:
     std::string root_ = folder_.makeFolder("root");
     Calls calls_ = Calls::kernel();
     DirectoryWalk::Outcome outcome_;
+    async::ThreadPool pool_{1};
 };
 
 } // namespace
@@ -191,4 +211,56 @@ TEST_F(DirectoryWalkTest, GoesToAnyDepthWithFewDescriptors) {
     ::setrlimit(RLIMIT_NOFILE, &usual);
     EXPECT_EQ(files, 10'000U);
     EXPECT_TRUE(outcome_.failures.empty());
+}
+
+// Wide, deep and lopsided, with folders that can't be told apart from the root's on the way.
+TEST_F(DirectoryWalkTest, SeesTheSameWithTwoThreads) {
+    std::mt19937 random(1);
+    Paths names;
+    for (int file = 0; file < 3'000; ++file) {
+        std::string name = "f" + std::to_string(random() % 10);
+        for (unsigned depth = random() % 5; depth > 0; --depth) {
+            name += "/" + std::to_string(random() % (name.size() < 5 ? 200 : 3));
+        }
+        names.push_back(name + "/" + std::to_string(file) + ".txt");
+    }
+    for (int depth = 0; depth < 100; ++depth) {
+        names.push_back((names.back().size() > 400 ? "deep" : names.back()) + ".d/x.txt");
+    }
+    write(names);
+    fs::create_symlink("..", root_ + "/f1/up");
+    const Paths alone = walk();
+    const DirectoryWalk::Outcome outcome = outcome_;
+    ASSERT_GE(alone.size(), 3'000U);
+    std::size_t byHelper = 0;
+    for (int round = 0; round < 100 || byHelper == 0; ++round) {
+        std::size_t now = 0;
+        ASSERT_EQ(walkTogether(now), alone);
+        ASSERT_EQ(outcome_.fileSystems, outcome.fileSystems);
+        ASSERT_TRUE(outcome_.failures.empty());
+        byHelper += now;
+    }
+}
+
+TEST_F(DirectoryWalkTest, EndsWithBothThreadsWhereOneIsBrokenOff) {
+    for (int folder = 0; folder < 300; ++folder) {
+        write({std::to_string(folder) + "/a/b.txt", std::to_string(folder) + "/c.txt"});
+    }
+    const auto every = [](std::string_view) { return true; };
+    for (int most = 5; most < 600; most += 5) {
+        std::atomic<int> seen = 0;
+        std::atomic<bool> stop = false;
+        const auto run = [&](const std::function<void()>& endEarly) {
+            seen = 0;
+            const DirectoryWalk::Visitor visitor{.wants = every, .file = [&](std::string_view, std::string_view) {
+                                                     if (++seen == most) {
+                                                         endEarly();
+                                                     }
+                                                 }};
+            return DirectoryWalk::run(root_, visitor, &stop, calls_, {pool_.executor(), visitor});
+        };
+        EXPECT_THROW((void)run([] { throw std::length_error("too many"); }), std::length_error);
+        EXPECT_EQ(run([&] { stop = true; }).failures,
+                  (std::vector<DirectoryWalk::Failure>{{root_, "the listing was broken off"}}));
+    }
 }

@@ -20,6 +20,12 @@ TEST(PathList, SortsBytewiseAndFindsEachOfManyPathsAndNoOther) {
         list.add(path);
     }
     EXPECT_TRUE(std::ranges::equal(list, paths));
+    PathList more;
+    more.add("/a/appended");
+    more.add("/A/appended");
+    list.append(more);
+    paths.insert(paths.end(), {"/a/appended", "/A/appended"});
+    EXPECT_TRUE(std::ranges::equal(list, paths));
     list.sort();
     std::ranges::sort(paths);
     EXPECT_TRUE(std::ranges::equal(list, paths));
