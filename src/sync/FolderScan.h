@@ -1,6 +1,7 @@
 #pragma once
 
 #include "rules/FileRules.h"
+#include "sync/AttributesAhead.h"
 #include "sync/ScanResult.h"
 #include "sync/StateRows.h"
 #include "sync/UnavailableFolders.h"
@@ -16,10 +17,13 @@ namespace veskline {
 // on the coordinator's executor do not disturb each other.
 class FolderScan {
 public:
-    // Walks the root and sorts what it finds: this is the order of upload.
-    FolderScan(std::string root, std::uint64_t run, bool tracksInitialIndexing, const std::atomic<bool>* isQuitting)
+    // Walks the root and sorts what it finds: this is the order of upload. `helper` lends a second thread for that, and
+    // for the looks at files that nothing waits between.
+    FolderScan(std::string root, std::uint64_t run, bool tracksInitialIndexing, async::Executor helper,
+               async::Clock clock, const std::atomic<bool>* isQuitting)
         : root_(std::move(root)), run_(run), tracksInitialIndexing_(tracksInitialIndexing),
-          found_(walk(root_, isQuitting)), rows_(found_.supportedFiles) {}
+          found_(walk(root_, helper, isQuitting)), rows_(found_.supportedFiles),
+          attributes_(found_.supportedFiles, helper, clock) {}
     FolderScan(const FolderScan&) = delete;
     FolderScan& operator=(const FolderScan&) = delete;
 
@@ -30,14 +34,16 @@ public:
     [[nodiscard]] const platform::PathList& files() const noexcept { return found_.supportedFiles; }
     [[nodiscard]] StateRows& rows() noexcept { return rows_; }
     [[nodiscard]] const StateRows& rows() const noexcept { return rows_; }
+    [[nodiscard]] AttributesAhead& attributes() noexcept { return attributes_; }
 
     std::optional<UnavailableFolders> unavailable;
     ScanCounters counters;
 
 private:
-    static FileEnumerationResult walk(const std::string& root, const std::atomic<bool>* isQuitting) {
-        FileEnumerationResult found = FileRules::enumerateFiles(root, isQuitting);
-        found.supportedFiles.sort();
+    static FileEnumerationResult walk(const std::string& root, async::Executor helper,
+                                      const std::atomic<bool>* isQuitting) {
+        FileEnumerationResult found = FileRules::enumerateFiles(root, isQuitting, helper);
+        found.supportedFiles.sort(helper);
         return found;
     }
 
@@ -46,6 +52,7 @@ private:
     bool tracksInitialIndexing_;
     FileEnumerationResult found_;
     StateRows rows_;
+    AttributesAhead attributes_;
 };
 
 } // namespace veskline

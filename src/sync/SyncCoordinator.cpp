@@ -7,7 +7,7 @@ namespace veskline {
 
 SyncCoordinator::SyncCoordinator(PublicConfig config, SupabaseHTTPClient& client, LocalDatabase& database,
                                  RetryQueueStore& retryQueue, SessionStore& sessionStore, Surroundings surroundings)
-    : serial_(surroundings.pool), main_(surroundings.main), clock_(surroundings.clock),
+    : pool_(surroundings.pool), serial_(pool_), main_(surroundings.main), clock_(surroundings.clock),
       watchFolders_(std::move(surroundings.watchFolders)), isQuitting_(surroundings.isQuitting),
       config_(std::move(config)), client_(client), database_(database), retryQueue_(retryQueue),
       sessionStore_(sessionStore) {}

@@ -113,7 +113,7 @@ private:
     async::Task<> deleteRemoteFile(FileStateRow row);
 
     // SyncCoordinatorProcessFile.cpp
-    [[nodiscard]] bool isUnchanged(const FolderScan& scan, std::size_t index) const;
+    [[nodiscard]] bool isUnchanged(FolderScan& scan, std::size_t index) const;
     async::Task<std::optional<FileStateRow>> previousRow(const FolderScan& scan, std::size_t index);
     async::Task<ScanResult> processFile(std::string path, std::string root, std::optional<FileStateRow> previous);
     async::Task<std::string> signedInUserID();
@@ -146,6 +146,7 @@ private:
     void tellUnsupportedFilesCount() const;
     void log(std::string_view line) const;
 
+    async::Executor pool_;
     async::SerialExecutor serial_;
     async::Executor main_;
     async::Clock clock_;

@@ -41,11 +41,11 @@ RetryQueueItem retryItem(const FileStateRow& row, const std::string& userID, con
 
 // All that most files of most scans take: one look at the attributes, with nothing copied and no coroutine. A file that
 // is too large is told of each time.
-bool SyncCoordinator::isUnchanged(const FolderScan& scan, std::size_t index) const {
+bool SyncCoordinator::isUnchanged(FolderScan& scan, std::size_t index) const {
     if (!scan.rows().has(index)) {
         return false;
     }
-    const auto attributes = platform::findFileAttributes(scan.files().cString(index));
+    const auto& attributes = scan.attributes().of(index);
     return attributes && attributes->bytes <= config_.maxUploadBytes && scan.rows().has(index, *attributes);
 }
 

@@ -27,7 +27,7 @@ async::Task<> SyncCoordinator::scan(std::string root, std::string reason, bool t
         co_return;
     }
     log(reason + ": " + root);
-    FolderScan scan(root, run_, tracksInitialIndexing, isQuitting_);
+    FolderScan scan(root, run_, tracksInitialIndexing, pool_, clock_, isQuitting_);
     if (isQuitting()) {
         co_return; // the walk may have been cut short, so it tells nothing about what has gone
     }
@@ -93,6 +93,7 @@ async::Task<bool> SyncCoordinator::runUploadPass(FolderScan& scan) {
         }
         ScanResult result = ScanResult::skipped;
         if (!isUnchanged(scan, index)) {
+            scan.attributes().forget();
             result = co_await processCounted(scan, index);
         }
         scan.counters.count(result);
