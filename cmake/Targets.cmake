@@ -24,7 +24,7 @@ function(veskline_suite name)
   add_executable(${name} ${SUITE_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${SUITE_LIBRARIES} GTest::gtest GTest::gtest_main veskline_warnings)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 900)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 900 LABELS ${name})
 endfunction()
 
 # veskline_qml_module(NAME URI QML_FILES ... SOURCES ... RESOURCES ... IMPORTS ... LIBRARIES ...): one folder of the window
