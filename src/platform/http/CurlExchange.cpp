@@ -15,9 +15,8 @@ namespace platform {
 
 namespace {
 
-// Bytes of libcurl's own buffer for an upload, which is made anew for each: the least and the usual one.
-constexpr long smallFile = 16'384;
-constexpr long usualBuffer = 65'536;
+// Bytes of libcurl's own buffer for the upload of a large file, which is made anew for each.
+constexpr long uploadBuffer = 65'536;
 
 // What most requests and answers take, so that room for it is made in one piece.
 constexpr std::size_t usualHeaderBytes = 2048;
@@ -97,14 +96,13 @@ void CurlExchange::setRequest() {
 // A method that may carry a body announces its length also where it is nothing.
 void CurlExchange::setBody() {
     const HttpRequest& request = pending_.request;
-    if (std::holds_alternative<FileBody>(request.body)) {
+    if (file_ && !file_->content()) {
         file_->rewind();
         set<const char*>(handle(), CURLOPT_POSTFIELDS, nullptr); // but what is read
         set(handle(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(file_->size()));
-        set(handle(), CURLOPT_UPLOAD_BUFFERSIZE, file_->size() < smallFile ? smallFile : usualBuffer);
         return;
     }
-    const std::string* const bytes = std::get_if<std::string>(&request.body);
+    const std::string* const bytes = file_ ? &*file_->content() : std::get_if<std::string>(&request.body);
     if (bytes != nullptr || !mayBeSentTwice(request)) {
         set(handle(), CURLOPT_POSTFIELDS, bytes != nullptr ? bytes->data() : "");
         set(handle(), CURLOPT_POSTFIELDSIZE_LARGE,
@@ -173,6 +171,7 @@ void CurlExchange::setBounds(CURL* handle, const CurlLimits& limits) {
     set(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
     set(handle, CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits.stall.count()));
     set(handle, CURLOPT_NOSIGNAL, 1L);
+    set(handle, CURLOPT_UPLOAD_BUFFERSIZE, uploadBuffer);
     // An aborted exchange must not hold up the others until its look-up of a name has ended.
     set(handle, CURLOPT_QUICK_EXIT, 1L);
 }

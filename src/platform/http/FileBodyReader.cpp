@@ -36,7 +36,15 @@ std::int64_t sizeOf(int descriptor, const std::string& path) {
 } // namespace
 
 FileBodyReader::FileBodyReader(std::string path)
-    : path_(std::move(path)), descriptor_(openForReading(path_)), size_(sizeOf(descriptor_.number(), path_)) {}
+    : path_(std::move(path)), descriptor_(openForReading(path_)), size_(sizeOf(descriptor_.number(), path_)) {
+    if (size_ < largeBytes) {
+        content_.emplace(static_cast<std::size_t>(size_), '\0');
+        while (offset_ < size_) {
+            (void)read(std::span(*content_).subspan(static_cast<std::size_t>(offset_)));
+        }
+        descriptor_ = OpenDescriptor();
+    }
+}
 
 std::size_t FileBodyReader::read(std::span<char> buffer) {
     const auto wanted = std::min<std::uint64_t>(buffer.size(), static_cast<std::uint64_t>(size_ - offset_));

@@ -20,8 +20,8 @@ struct HttpHeader {
 // True for two names of one header: they are compared without regard to case (RFC 9110, 5.1).
 [[nodiscard]] bool isSameHeader(std::string_view one, std::string_view other) noexcept;
 
-// A body that is read from a file while it is sent, so that it never lies in memory whole. The file is opened when the
-// exchange starts, and its size at that moment is the size that is sent.
+// A body that is read from a file while it is sent, so that no large one ever lies in memory whole. The file is opened
+// when the exchange starts, and its size at that moment is the size that is sent.
 struct FileBody {
     std::string path;
 

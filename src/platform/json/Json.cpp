@@ -56,6 +56,9 @@ std::string encode(const Json& document, int indent) {
 // Where the first value opens that lies too deep, or the end of the text. Looked for in the bytes, as the library's
 // own way to watch a document grow takes a time that is quadratic in the members of a list.
 std::size_t endOfAllowedDepth(std::string_view bytes) {
+    if (bytes.size() <= deepestJson) {
+        return bytes.size();
+    }
     int depth = 0;
     bool isInText = false;
     for (std::size_t place = 0; place < bytes.size(); ++place) {

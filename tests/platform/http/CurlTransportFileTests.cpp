@@ -1,4 +1,5 @@
 #include "TransportFixture.h"
+#include "platform/http/FileBodyReader.h"
 
 #include <filesystem>
 #include <sys/resource.h>
@@ -21,21 +22,32 @@ protected:
         sender.join();
         return outcome;
     }
+
+    // Of a file that has grown before its second sending.
+    void expectTheFirstLengthTwice(std::size_t size) {
+        server.replyTo("/again", {});
+        const std::string content(size, 'x');
+        const std::string path = folder.write("notes.txt", content);
+        EXPECT_EQ(outcomeOfSecondSending(path, [&] { folder.write("notes.txt", content + " and more"); }), "200");
+        EXPECT_EQ(server.requests().size(), 2U);
+        for (const auto& request : server.requests()) {
+            EXPECT_EQ(request.header("Content-Length"), std::to_string(size));
+            EXPECT_EQ(request.body, content);
+            EXPECT_EQ(request.header("Expect") + request.header("Transfer-Encoding"), "(none)(none)");
+        }
+    }
 };
 
 TEST_F(CurlTransportFiles, GoOutWithTheLengthThatTheyHadWhenOpened) {
-    server.replyTo("/again", {});
-    const std::string path = folder.write("notes.txt", "twelve bytes");
-    EXPECT_EQ(outcomeOfSecondSending(path, [&] { folder.write("notes.txt", "twelve bytes and more"); }), "200");
-    EXPECT_EQ(server.requests().size(), 2U);
-    for (const auto& request : server.requests()) {
-        EXPECT_EQ(request.header("Content-Length") + ": " + request.body, "12: twelve bytes");
-        EXPECT_EQ(request.header("Expect") + request.header("Transfer-Encoding"), "(none)(none)");
-    }
+    expectTheFirstLengthTwice(FileBodyReader::largeBytes - 1);
+}
+
+TEST_F(CurlTransportFiles, GoOutWithTheLengthThatTheyHadWhenOpenedAlsoPieceByPiece) {
+    expectTheFirstLengthTwice(FileBodyReader::largeBytes);
 }
 
 TEST_F(CurlTransportFiles, CutTheConnectionWhenTheyShrink) {
-    const std::string path = folder.write("notes.txt", "twelve bytes");
+    const std::string path = folder.write("notes.txt", std::string(70'000, 'x'));
     EXPECT_EQ(outcomeOfSecondSending(path, [&] { std::filesystem::resize_file(path, 3); }),
               "The file \"" + path + "\" could not be sent: it became shorter meanwhile");
     server.waitForHangUps(1);
