@@ -22,9 +22,9 @@ Window {
     // How it was when it was last in sight: of its usual size, maximized, or as large as the screen.
     property int lastVisibility: Window.Windowed
 
-    onVisibilityChanged: {
-        if (visibility !== Window.Hidden && visibility !== Window.Minimized) {
-            lastVisibility = visibility
+    onVisibilityChanged: now => {
+        if (now !== Window.Hidden && now !== Window.Minimized) {
+            lastVisibility = now
         }
     }
 
