@@ -38,8 +38,11 @@ std::optional<Rest> Rest::split() {
     }
     const std::size_t first = folders[at].firstName;
     const std::size_t count = waiting.find('\0', first + (namesEnd(at) - first) / 2) + 1 - first;
+    if (count == waiting.size()) {
+        return std::nullopt;
+    }
     OpenDescriptor descriptor = folders[at].descriptor.duplicate();
-    if (count == waiting.size() || !descriptor.isOpen()) {
+    if (!descriptor.isOpen()) {
         return std::nullopt;
     }
     Rest other = wayTo(at);
@@ -198,7 +201,7 @@ int FolderWalker::reopen(Rest::Folder& parent, const OpenDescriptor& child) {
 }
 
 void FolderWalker::list(int folder) {
-    std::array<std::byte, bufferBytes> buffer;
+    alignas(struct dirent64) std::array<std::byte, bufferBytes> buffer;
     while (!isStopped()) {
         const ssize_t count = calls_.read(folder, buffer);
         if (count == 0) {
