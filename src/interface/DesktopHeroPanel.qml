@@ -17,12 +17,17 @@ DesktopSurface {
 
     padding: 0
 
-    RowLayout {
-        spacing: 0
+    // Bindings place the two halves. A RowLayout would keep the height that the left column had before its title
+    // wrapped, whenever this panel is not part of the first screen.
+    Item {
+        Layout.fillWidth: true
+        implicitHeight: Math.max(pitch.implicitHeight, notes.implicitHeight) + 56
 
         ColumnLayout {
-            Layout.margins: 28
-            Layout.alignment: Qt.AlignTop
+            id: pitch
+            x: 28
+            y: 28
+            width: divider.x - 56
             spacing: 16
 
             DesktopKicker { text: "Private context infrastructure" }
@@ -50,14 +55,17 @@ DesktopSurface {
             }
         }
         Rectangle {
-            Layout.fillHeight: true
-            implicitWidth: 1
+            id: divider
+            anchors.right: side.left
+            width: 1
+            height: parent.height
             color: DesktopPalette.border
         }
         Item {
-            Layout.fillHeight: true
-            implicitWidth: 340
-            implicitHeight: notes.implicitHeight + 56
+            id: side
+            anchors.right: parent.right
+            width: 340
+            height: parent.height
 
             Rectangle {
                 // Inside the card's own line, and round where the card is.

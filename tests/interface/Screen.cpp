@@ -36,7 +36,73 @@ bool visitItem(QQuickItem& item, const std::function<bool(QQuickItem&, QAccessib
     return std::ranges::any_of(item.childItems(), [&](QQuickItem* child) { return visitItem(*child, isEnough); });
 }
 
+// A DesktopSurface or a DesktopBox.
+bool isCard(const QQuickItem& item) {
+    return item.property("tone").isValid() || item.property("corner").isValid();
+}
+
+// What a text paints or a card covers, in the window. The scaffold clips nothing: the user scrolls there.
+QRectF painted(const QQuickItem& item) {
+    QRectF area = item.boundingRect();
+    if (item.inherits("QQuickText")) {
+        area.setWidth(std::min(area.width(), item.property("contentWidth").toDouble()));
+        area.setHeight(item.property("contentHeight").toDouble());
+    }
+    area = item.mapRectToScene(area);
+    for (const QQuickItem* parent = item.parentItem(); parent != nullptr; parent = parent->parentItem()) {
+        if (parent->clip() && parent->objectName() != QStringLiteral("scaffold")) {
+            area &= parent->mapRectToScene(parent->boundingRect());
+        }
+    }
+    return area;
+}
+
+struct Painted {
+    std::string name;
+    QRectF area;
+};
+
+std::string described(const QQuickItem& item) {
+    const QString text = item.property("text").toString();
+    return text.isEmpty() ? item.metaObject()->className() : '"' + text.left(60).toStdString() + '"';
+}
+
+// Texts below `item` go to `texts`; whatever leaves `card` goes to `faults`.
+void gather(const QQuickItem& item, const Painted& card, std::vector<Painted>& texts,
+            std::vector<std::string>& faults) {
+    if (!item.isVisible()) {
+        return;
+    }
+    const bool isText = item.inherits("QQuickText") && !item.property("text").toString().isEmpty();
+    const Painted self{described(item), painted(item)};
+    if ((isText || isCard(item)) && !self.area.isEmpty() && !card.area.adjusted(-1, -1, 1, 1).contains(self.area)) {
+        faults.push_back(self.name + " leaves " + card.name);
+    }
+    if (isText && !self.area.isEmpty()) {
+        texts.push_back(self);
+    }
+    for (const QQuickItem* const child : item.childItems()) {
+        gather(*child, isCard(item) ? self : card, texts, faults);
+    }
+}
+
 } // namespace
+
+std::vector<std::string> Screen::overlaps() const {
+    std::vector<Painted> texts;
+    std::vector<std::string> faults;
+    constexpr double endless = 1e6;
+    gather(*window_->contentItem(), {"the window", {-endless, -endless, 2 * endless, 2 * endless}}, texts, faults);
+    for (auto first = texts.begin(); first != texts.end(); ++first) {
+        for (auto second = first + 1; second != texts.end(); ++second) {
+            const QRectF common = first->area & second->area;
+            if (common.width() > 1 && common.height() > 1) {
+                faults.push_back(first->name + " lies on " + second->name);
+            }
+        }
+    }
+    return faults;
+}
 
 void Screen::visit(const std::function<bool(QQuickItem&, QAccessibleInterface&)>& isEnough) const {
     visitItem(*window_->contentItem(), isEnough);

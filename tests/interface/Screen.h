@@ -35,6 +35,9 @@ public:
     [[nodiscard]] std::vector<std::string> tabStops();
     // Names of visible elements that can be used but have no name or no role.
     [[nodiscard]] std::vector<std::string> unnamed() const;
+    // Visible texts that lie on one another, and texts and cards that leave the card they belong to, each in words.
+    // What lies below the fold counts too.
+    [[nodiscard]] std::vector<std::string> overlaps() const;
 
     [[nodiscard]] QQuickWindow& window() const { return *window_; }
     [[nodiscard]] bool isInView(const QQuickItem& item) const;
