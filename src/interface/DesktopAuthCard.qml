@@ -85,9 +85,15 @@ DesktopSurface {
         }
     }
     DesktopParagraph {
-        visible: text !== ""
-        text: root.model.authStatus
+        visible: text !== "" && !failure.visible
+        text: root.model.authPresentation.text
         size: 14
         weight: Font.Medium
+    }
+    DesktopCallout {
+        id: failure
+        visible: kind === StatusPillKind.Error
+        text: root.model.authPresentation.text
+        kind: root.model.authPresentation.kind
     }
 }

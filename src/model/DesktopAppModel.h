@@ -123,6 +123,8 @@ public:
 
     // The words of the screens, derived from the fields (and the clock) at each call. "--" stands for what is unknown.
     [[nodiscard]] std::string userLabel() const;
+    // `authStatus`, as an error where signing in or up failed.
+    [[nodiscard]] StatusPillPresentation authPresentation() const;
     [[nodiscard]] StatusPillPresentation runPresentation() const;
     [[nodiscard]] StatusPillPresentation ingestPresentation() const;
     [[nodiscard]] std::string syncStatusLine() const;
@@ -152,6 +154,7 @@ private:
     // DesktopAppModelSignIn.cpp
     async::Task<> autoStart(std::vector<std::string> folders, SyncMode mode);
     async::Task<> leaveSession();
+    void setAuthStatus(std::string text, StatusPillKind kind = StatusPillKind::muted);
     void resetHostedFields();
 
     // DesktopAppModelFolders.cpp
@@ -194,6 +197,7 @@ private:
         observers_, ModelField::pendingFolderSelectionConfirmation};
 
     std::weak_ptr<FolderDialog> openFolderDialog_;
+    StatusPillKind authStatusKind_ = StatusPillKind::muted;
     // How often a stop was asked for: a start that finds it changed has been overtaken.
     std::uint64_t stopsAsked_ = 0;
     async::TaskHandle wiring_;            // ends by itself, and holds no model

@@ -39,32 +39,32 @@ async::Task<> DesktopAppModel::autoStart(std::vector<std::string> folders, SyncM
 }
 
 async::Task<> DesktopAppModel::login() {
-    authStatus_.set("");
+    setAuthStatus("");
     try {
         const StoredSession session = co_await collaborators_->client.signIn(email_(), password_());
         currentUser_.set(session.user);
-        authStatus_.set("Signed in");
+        setAuthStatus("Signed in");
         appendLog("Logged in as " + AuthFlowResolver::userLogLabel(session.user));
         co_await refreshRemoteState();
         restartRemoteStatusPollingIfNeeded();
         password_.set("");
     } catch (const std::exception& error) {
-        authStatus_.set(platform::describe(error));
+        setAuthStatus(platform::describe(error), StatusPillKind::error);
     }
 }
 
 async::Task<> DesktopAppModel::signup() {
-    authStatus_.set("");
+    setAuthStatus("");
     SignupResolution resolution;
     try {
         const SignupAnswer answer = co_await collaborators_->client.signUp(email_(), password_());
         resolution = AuthFlowResolver::resolveSignup(answer.session, answer.user);
     } catch (const std::exception& error) {
-        authStatus_.set(platform::describe(error));
+        setAuthStatus(platform::describe(error), StatusPillKind::error);
         co_return;
     }
     currentUser_.set(resolution.currentUser);
-    authStatus_.set(resolution.authStatus);
+    setAuthStatus(resolution.authStatus);
     if (resolution.logLine) {
         appendLog(*resolution.logLine);
     }
@@ -77,6 +77,11 @@ async::Task<> DesktopAppModel::signup() {
     if (resolution.clearPassword) {
         password_.set("");
     }
+}
+
+void DesktopAppModel::setAuthStatus(std::string text, StatusPillKind kind) {
+    authStatusKind_ = kind; // before the observers hear of the text
+    authStatus_.set(std::move(text));
 }
 
 // The account that was just made waits for its confirmation: whoever was signed in before is so no longer.
@@ -98,7 +103,7 @@ async::Task<> DesktopAppModel::signOut() {
     isRunning_.set(false);
     resetHostedFields();
     pendingFolderSelectionConfirmation_.set(std::nullopt);
-    authStatus_.set("Signed out");
+    setAuthStatus("Signed out");
     syncStatus_.set("");
 }
 

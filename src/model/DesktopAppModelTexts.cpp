@@ -31,6 +31,10 @@ std::string DesktopAppModel::userLabel() const {
     return currentUser_() ? currentUser_()->email.value_or(currentUser_()->id) : "Not logged in";
 }
 
+StatusPillPresentation DesktopAppModel::authPresentation() const {
+    return {.text = authStatus_(), .kind = authStatusKind_};
+}
+
 StatusPillPresentation DesktopAppModel::runPresentation() const {
     return isRunning_() ? StatusPillPresentation{.text = "Running", .kind = StatusPillKind::ok}
                         : StatusPillPresentation{.text = "Stopped", .kind = StatusPillKind::muted};

@@ -52,6 +52,7 @@ TEST_F(SignIn, LoginShowsTheUserOrTheFailureAndClearsThePasswordAfterTheRefresh)
     failAt("", 400);
     run(&DesktopAppModel::login);
     EXPECT_EQ(model->authStatus(), "Supabase request failed with status 400");
+    EXPECT_EQ(model->authPresentation().kind, StatusPillKind::error);
     EXPECT_EQ(model->password(), "secret");
     EXPECT_EQ(model->currentUser(), std::nullopt);
     EXPECT_TRUE(model->logLines().empty());
@@ -62,6 +63,7 @@ TEST_F(SignIn, LoginShowsTheUserOrTheFailureAndClearsThePasswordAfterTheRefresh)
     const async::TaskHandle login = begin(&DesktopAppModel::login);
     thread.settle();
     EXPECT_EQ(model->authStatus(), "Signed in");
+    EXPECT_EQ(model->authPresentation().kind, StatusPillKind::muted);
     EXPECT_EQ(model->currentUser()->id, "ann");
     EXPECT_EQ(model->password(), "secret");
     letGo();

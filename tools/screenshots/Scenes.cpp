@@ -27,9 +27,12 @@ Stage& newStage(const fs::path& folder, const std::string& email = "maria.exampl
     return *stage;
 }
 
+// Reaches the screen from another one, as a user does who has been there before.
 QQuickWindow* shown(Stage& stage, const QString& destination) {
     QQuickWindow* const window = stage.window().window();
     const auto state = window->property("windowState").value<QObject*>();
+    state->setProperty("selectedDestinationRawValue", destination == "sync" ? "activity" : "sync");
+    window->grabWindow();
     state->setProperty("selectedDestinationRawValue", destination);
     return window;
 }
@@ -38,6 +41,15 @@ QQuickWindow* signedOut(const fs::path& folder, const QString& destination) {
     Stage& stage = newStage(folder);
     stage.launch();
     return shown(stage, destination);
+}
+
+QQuickWindow* refused(const fs::path& folder) {
+    Stage& stage = newStage(folder);
+    stage.launch();
+    stage.model()->setEmail(stage.email());
+    stage.model()->setPassword("a wrong guess");
+    stage.run(&DesktopAppModel::login);
+    return shown(stage, "overview");
 }
 
 Stage& signedIn(const fs::path& folder) {
@@ -135,6 +147,7 @@ const std::vector<Scene>& allScenes() {
     static const std::vector<Scene> scenes{
         {"overview-signed-out", defaultSize, 0, [](const fs::path& at) { return signedOut(at, "overview"); }},
         {"overview-signed-out-end", defaultSize, 1, [](const fs::path& at) { return signedOut(at, "overview"); }},
+        {"overview-sign-in-failed", defaultSize, 0, refused},
         {"sync-signed-out", defaultSize, 0, [](const fs::path& at) { return signedOut(at, "sync"); }},
         {"activity-signed-out", defaultSize, 0, [](const fs::path& at) { return signedOut(at, "activity"); }},
         {"overview-signed-in", defaultSize, 0, [](const fs::path& at) { return shown(signedIn(at), "overview"); }},

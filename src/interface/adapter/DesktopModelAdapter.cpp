@@ -122,8 +122,8 @@ void DesktopModelAdapter::setPassword(const QString& password) {
     model_->setPassword(password.toStdString());
 }
 
-QString DesktopModelAdapter::authStatus() const {
-    return shown(model_->authStatus());
+StatusPill DesktopModelAdapter::authPresentation() const {
+    return StatusPill(model_->authPresentation());
 }
 
 bool DesktopModelAdapter::isSignedIn() const {

@@ -32,7 +32,7 @@ class DesktopModelAdapter : public QObject {
 
     Q_PROPERTY(QString email READ email WRITE setEmail NOTIFY emailChanged)
     Q_PROPERTY(QString password READ password WRITE setPassword NOTIFY passwordChanged)
-    Q_PROPERTY(QString authStatus READ authStatus NOTIFY authStatusChanged)
+    Q_PROPERTY(veskline::StatusPill authPresentation READ authPresentation NOTIFY authStatusChanged)
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY userChanged)
     Q_PROPERTY(QString userLabel READ userLabel NOTIFY userChanged)
 
@@ -84,7 +84,7 @@ public:
     void setEmail(const QString& email);
     [[nodiscard]] QString password() const;
     void setPassword(const QString& password);
-    [[nodiscard]] QString authStatus() const;
+    [[nodiscard]] StatusPill authPresentation() const;
     [[nodiscard]] bool isSignedIn() const;
     [[nodiscard]] QString userLabel() const;
     [[nodiscard]] QStringList folderLabels() const;
