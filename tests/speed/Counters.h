@@ -4,20 +4,21 @@
 
 namespace veskline::testing {
 
-// What the whole process has asked for so far, counted where it asks: by the program's own operator new, and by
-// functions that stand before those of the C library. Exact, whatever else the machine does.
+// What the whole process has asked for so far, counted where it asks: in operator new, and in functions that stand
+// before those of the C library. The counts do not depend on the machine, nor on what else it does.
 struct Counters {
     std::int64_t allocations = 0;
     // openat, getdents64 and the stat family, each opened folder counted twice since it is closed again.
     std::int64_t fileSystemCalls = 0;
-    std::int64_t residentBytes = 0;
+    // Held at this moment: by operator new, and in pages that the program mapped, used or not.
+    std::int64_t heldBytes = 0;
 
     [[nodiscard]] static Counters now();
     // What came on top since `earlier`.
     [[nodiscard]] Counters since(const Counters& earlier) const {
         return {.allocations = allocations - earlier.allocations,
                 .fileSystemCalls = fileSystemCalls - earlier.fileSystemCalls,
-                .residentBytes = residentBytes - earlier.residentBytes};
+                .heldBytes = heldBytes - earlier.heldBytes};
     }
 };
 
