@@ -47,6 +47,12 @@ class Postgres:
         return self.load(f"set role authenticated; set request.jwt.claim.sub = '{user}'; {sql}")
 
 
+def require_programs():
+    """Exits and says what to install where PostgreSQL 15 is missing."""
+    if not pathlib.Path(PROGRAMS, "initdb").exists():
+        sys.exit("postgres.py needs PostgreSQL 15: apt install postgresql-15")
+
+
 @contextlib.contextmanager
 def postgres(sql=HOSTED_SQL):
     with tempfile.TemporaryDirectory(prefix="veskline-postgres-") as name:
@@ -60,5 +66,9 @@ def postgres(sql=HOSTED_SQL):
 
 
 if __name__ == "__main__":
-    with postgres(*map(pathlib.Path, sys.argv[1:2])) as server:
-        sys.exit(subprocess.run((f"{PROGRAMS}/psql", "-h", str(server.folder), "-U", "postgres")).returncode)
+    require_programs()
+    try:
+        with postgres(*map(pathlib.Path, sys.argv[1:2])) as server:
+            sys.exit(subprocess.run((f"{PROGRAMS}/psql", "-h", str(server.folder), "-U", "postgres")).returncode)
+    except (OSError, RuntimeError) as error:
+        sys.exit(f"postgres.py: {str(error).strip()}")
