@@ -1,6 +1,7 @@
 #include "model/DesktopAppModel.h"
 #include "model/DesktopStatusFormatter.h"
 #include "platform/text/LocalizedDate.h"
+#include "rules/FileRules.h"
 
 #include <fmt/format.h>
 
@@ -49,7 +50,8 @@ std::string DesktopAppModel::syncStatusLine() const {
 }
 
 std::string DesktopAppModel::supportedTypesText() {
-    return "Supported file types: pdf, docx, txt, md, csv, rtf, epub. Other files are skipped.";
+    return fmt::format("Supported file types: {}. Other files are skipped.",
+                       fmt::join(FileRules::supportedExtensions, ", "));
 }
 
 std::optional<std::string> DesktopAppModel::unsupportedIndicatorText() const {

@@ -16,7 +16,7 @@ struct ContentType {
     std::string_view mimeType;
 };
 
-constexpr std::array<ContentType, 7> contentTypes{{
+constexpr std::array<ContentType, supportedExtensions.size()> contentTypes{{
     {"pdf", "application/pdf"},
     {"docx", "application/vnd.openxmlformats-officedocument.wordprocessingml.document"},
     {"txt", "text/plain"},
