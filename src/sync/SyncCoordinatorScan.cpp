@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include <exception>
-#include <set>
 
 namespace veskline {
 
@@ -50,7 +49,7 @@ async::Task<> SyncCoordinator::readStateRows(FolderScan& scan) {
     co_await database_.forEachRow(scan.root(), visitor);
 }
 
-// Settles which rows may not be taken for deleted files, and says so of each folder that holds any.
+// Decides which rows are kept although their files were not found, and logs each unavailable folder, sorted by path.
 async::Task<> SyncCoordinator::keepUnavailableFolders(FolderScan& scan) {
     const std::string key = fileSystemsKey(scan.root());
     const std::string known = (co_await database_.ownPreference(key)).value_or("{}");
@@ -59,13 +58,8 @@ async::Task<> SyncCoordinator::keepUnavailableFolders(FolderScan& scan) {
     if (identities != known) {
         co_await database_.setPreference(identities, key);
     }
-    std::set<const UnavailableFolder*> told;
-    for (const FileStateRow& row : scan.rows().gone()) {
-        const UnavailableFolder* const folder = scan.unavailable->holding(row.path);
-        if (folder != nullptr && told.insert(folder).second) {
-            log(fmt::format("Folder not available, its files are kept: {} ({})",
-                            platform::withReplacementCharacters(folder->path), folder->reason));
-        }
+    for (const auto& [path, folder] : scan.unavailable->folders()) {
+        log(fmt::format("Folder not available: {} ({})", platform::withReplacementCharacters(path), folder.reason));
     }
 }
 

@@ -29,6 +29,11 @@ public:
     UnavailableFolders(std::string_view root, const FileEnumerationResult& found, const FileSystemIdentities& known,
                        const std::vector<FileStateRow>& gone);
 
+    using Folders = std::map<std::string, UnavailableFolder, std::less<>>;
+
+    // All of them, sorted by path.
+    [[nodiscard]] const Folders& folders() const noexcept { return folders_; }
+
     // The outermost of these folders that `path` lies in, or none.
     [[nodiscard]] const UnavailableFolder* holding(std::string_view path) const;
 
@@ -38,7 +43,7 @@ public:
 private:
     void add(UnavailableFolder folder);
 
-    std::map<std::string, UnavailableFolder, std::less<>> folders_;
+    Folders folders_;
     FileSystemIdentities identities_;
 };
 

@@ -42,7 +42,7 @@ struct Place {
 
 const std::string fileFails = "Upload failed, queued for retry: ROOT/a.txt (";
 const std::string fileCannotBe = fileFails + "The file \"ROOT/a.txt\" could not be ";
-const std::string folderKept = "Folder not available, its files are kept: ";
+const std::string folderKept = "Folder not available: ";
 const std::string queueCannotBe = "The file \"STATE/retry-queue.json\" could not be ";
 const std::string inserting = "WORDS ?SQL: insert into files*";
 const std::string deleting = "Delete sync warning for ROOT/gone.txt: WORDS ?SQL: delete from files*";

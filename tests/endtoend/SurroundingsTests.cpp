@@ -268,7 +268,7 @@ TEST_F(Surroundings, MayChangeAFileWhileItIsWorkedOn) {
 
 TEST_F(Surroundings, MayReplaceTheRoot) {
     const std::string other = elsewhere();
-    const std::string kept = "Folder not available, its files are kept: ROOT (";
+    const std::string kept = "Folder not available: ROOT (";
     const struct {
         const char* name;
         std::function<void()> replace;
@@ -315,7 +315,7 @@ TEST_F(Surroundings, MayMountAnotherFileSystemOverTheRoot) {
     }
     const std::unique_ptr<Program> agent = start(mayMount ? "/usr/bin/unshare" : "/bin/sh", words);
     endAfterTheStart(*agent);
-    expectTold(*agent, mayMount ? "Folder not available, its files are kept: ROOT (its volume is not mounted)"
+    expectTold(*agent, mayMount ? "Folder not available: ROOT (its volume is not mounted)"
                                 : "Found 3 files. Indexing...");
     EXPECT_EQ(agent->lastLine("Summary: "), summaryOf(0, mayMount ? 0 : 3, 0, 0));
     EXPECT_EQ(syncOnce(), summaryOf(0, 3, 0, 0));
@@ -333,7 +333,7 @@ TEST_F(Surroundings, MayCloseAFolderToTheUser) {
     const std::unique_ptr<Program> agent =
         isRoot ? start("/usr/bin/setpriv", {"--reuid=65534", "--regid=65534", "--clear-groups", agentPath}) : start();
     endAfterTheStart(*agent);
-    expectTold(*agent, "Folder not available, its files are kept: ROOT/sub (Permission denied)");
+    expectTold(*agent, "Folder not available: ROOT/sub (Permission denied)");
     EXPECT_EQ(agent->lastLine("Summary: "), summaryOf(1, 1, 0, 0));
     fs::permissions(root + "/sub", fs::perms::owner_all);
     EXPECT_EQ(syncOnce(), summaryOf(0, 3, 0, 0));
@@ -351,7 +351,7 @@ TEST_F(Surroundings, MayLimitWhatTheAgentHas) {
     write("a.txt", "second");
     const std::unique_ptr<Program> fewFiles = start("/bin/sh", {"-c", "ulimit -n 40; exec \"$0\"", agentPath});
     endAfterTheStart(*fewFiles);
-    expectTold(*fewFiles, "Folder not available, its files are kept: ROOT/deep/* (Too many open files)");
+    expectTold(*fewFiles, "Folder not available: ROOT/deep/* (Too many open files)");
     EXPECT_EQ(fewFiles->lastLine("Summary: "), summaryOf(1, 2, 0, 0));
     EXPECT_EQ(syncOnce(), summaryOf(0, 4, 0, 0));
     expectAllWell();

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <fstream>
 
 using namespace veskline;
@@ -15,7 +16,7 @@ namespace {
 class Scan : public veskline::testing::SyncFixture {
 protected:
     [[nodiscard]] std::size_t keepsFilesOf(const std::string& path) const {
-        return countLines("Folder not available, its files are kept: " + path + " (");
+        return countLines("Folder not available: " + path + " (");
     }
 };
 
@@ -115,6 +116,30 @@ TEST_F(Scan, NeverDeletesForAFolderThatIsNotAvailable) {
     EXPECT_EQ(summary(), summaryOf(0, 0, 1, 0)) << "beside the folder that cannot be listed";
     EXPECT_EQ(keepsFilesOf(root + "/sub"), 1U);
     EXPECT_TRUE(rowOf("sub/deep/a.txt"));
+}
+
+TEST_F(Scan, ReportsFoldersThatCannotBeReadAlsoWithoutRows) {
+    const std::string missing = folder.at("missing");
+    folder.write("plain.txt", "a file, not a folder");
+    write("readable.txt", "a");
+    fs::create_directories(root + "/b/locked");
+    fs::create_directories(root + "/a");
+    const Unprivileged user(folder.path());
+    fs::permissions(root + "/b/locked", fs::perms::none);
+    fs::permissions(root + "/a", fs::perms::none);
+    start({missing, folder.at("plain.txt"), root});
+    std::vector<std::string> told;
+    std::ranges::copy_if(lines, std::back_inserter(told),
+                         [](const std::string& line) { return line.starts_with("Folder not available"); });
+    fs::permissions(root + "/b/locked", fs::perms::owner_all);
+    fs::permissions(root + "/a", fs::perms::owner_all);
+    EXPECT_EQ(told, (std::vector<std::string>{
+                        "Folder not available: " + missing + " (No such file or directory)",
+                        "Folder not available: " + folder.at("plain.txt") + " (Not a directory)",
+                        "Folder not available: " + root + "/a (Permission denied)",
+                        "Folder not available: " + root + "/b/locked (Permission denied)",
+                    }));
+    EXPECT_EQ(summary(), summaryOf(1, 0, 0, 0));
 }
 
 // An empty folder where a volume is mounted at other times, and one below the root that is gone altogether.
