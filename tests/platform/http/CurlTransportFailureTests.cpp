@@ -12,13 +12,13 @@ protected:
 };
 
 TEST_F(CurlTransportFailures, AreToldInWords) {
-    const std::string lost = "The connection to the server was lost: ";
+    const std::string lost = "The connection to the server was lost: "; // and libcurl's words, which releases change
     const struct {
         ScriptedReply reply;
         std::string outcome;
     } cases[] = {
-        {{.cut = Cut::beforeHeaders}, lost + "Empty reply from server"},
-        {{.body = "four", .cut = Cut::inBody}, lost + "transfer closed with 2 bytes remaining to read"},
+        {{.cut = Cut::beforeHeaders}, lost},
+        {{.body = "four", .cut = Cut::inBody}, lost},
         {{.body = "four", .cut = Cut::afterBody}, "200"},
         {{.body = std::string(1025, 'x')}, "The server's answer is larger than 1 KiB"},
         {{.body = std::string(1024, 'x')}, "200"},
@@ -31,7 +31,9 @@ TEST_F(CurlTransportFailures, AreToldInWords) {
     };
     for (const auto& [reply, expected] : cases) {
         server.reply(reply);
-        EXPECT_EQ(outcomeOf("GET", server.url() + "/?secret"), expected);
+        const std::string outcome = outcomeOf("GET", server.url() + "/?secret");
+        EXPECT_EQ(expected == lost ? outcome.substr(0, lost.size()) : outcome, expected);
+        EXPECT_FALSE(outcome.contains("secret"));
     }
     EXPECT_EQ(server.requests().size(), std::size(cases));
 }
