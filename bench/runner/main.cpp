@@ -46,10 +46,14 @@ struct Options {
     std::string pictures; // a folder, where they are wanted
 };
 
+std::invalid_argument refusal(const std::string& word) {
+    return std::invalid_argument("veskline-bench: \"" + word + "\" is not understood: --help lists the options.\n");
+}
+
 int readRounds(const std::string& word) {
     constexpr std::uint32_t most = 10'000;
     const std::uint32_t rounds = command_line::wholeNumber(word, most).value_or(0);
-    return rounds > 0 ? static_cast<int>(rounds) : throw std::invalid_argument(usage);
+    return rounds > 0 ? static_cast<int>(rounds) : throw refusal(word);
 }
 
 // Absent where help is asked for.
@@ -74,7 +78,7 @@ std::optional<Options> readOptions(const std::vector<std::string>& arguments) {
         } else if (*argument == "--rounds" && hasValue) {
             options.rounds = readRounds(*++argument);
         } else {
-            throw std::invalid_argument(usage);
+            throw refusal(*argument);
         }
     }
     return options;
@@ -91,7 +95,7 @@ std::vector<Row> chosenRows(const Options& options, std::vector<Row> rows) {
         }
         const auto row = std::ranges::find(rows, name, &Row::name);
         if (row == rows.end()) {
-            throw std::invalid_argument(usage);
+            throw refusal(name);
         }
         chosen.push_back(*row);
     }

@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view help =
     R"(Veskline keeps your documents uploaded to your hosted project, where they become searchable.
 
-Usage: veskline [--help | --version]
+Usage: veskline [-h | --help | -v | --version]
 
 Without a display it runs without its window and logs to standard output. While it runs,
 another start for the same state folder shows the window of the first and ends.
@@ -45,10 +45,10 @@ CommandLine CommandLine::parse(std::span<char* const> arguments) {
     }
     const std::string_view word = arguments[1];
     const bool isAlone = arguments.size() == 2;
-    if (word == "--help" && isAlone) {
+    if ((word == "--help" || word == "-h") && isAlone) {
         return {.text = std::string(help)};
     }
-    if (word == "--version" && isAlone) {
+    if ((word == "--version" || word == "-v") && isAlone) {
         return {.text = "veskline " VESKLINE_VERSION "\n"};
     }
     return {.text = fmt::format("veskline: \"{}\" is not understood. There are --help and --version alone.\n",

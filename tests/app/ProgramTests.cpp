@@ -12,7 +12,7 @@ namespace veskline::testing {
 
 using agent_stand::Program;
 
-TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
+TEST(Program, RejectsUnknownOptions) {
     struct Row {
         std::vector<std::string> words;
         int code;
@@ -22,6 +22,8 @@ TEST(Program, KnowsTwoWordsAndRefusesAnyOther) {
     const Row rows[] = {
         {{"--help"}, 0, "Veskline keeps your documents uploaded", ""},
         {{"--version"}, 0, "veskline " VESKLINE_VERSION, ""},
+        {{"-h"}, 0, "Veskline keeps your documents uploaded", ""},
+        {{"-v"}, 0, "veskline " VESKLINE_VERSION, ""},
         {{"--platform"}, 2, "", "veskline: \"--platform\" is not understood. There are --help and --version alone.\n"},
         {{"--help", "me"}, 2, "", "veskline: \"me\" is not understood. There are --help and --version alone.\n"},
         {{""}, 2, "", "veskline: \"\" is not understood. There are --help and --version alone.\n"},

@@ -38,6 +38,7 @@ std::optional<Options> parse(std::span<char*> words) {
         const bool isSeed = std::string_view(words[i]) == "--seed" && i + 1 < words.size();
         const auto number = command_line::wholeNumber<std::uint64_t>(words[isSeed ? ++i : i]);
         if (!number || (!isSeed && *number == 0)) {
+            fmt::print(stderr, "\"{}\" is no number of rounds: --help lists the options.\n", words[i]);
             return std::nullopt;
         }
         (isSeed ? options.seed : options.rounds) = *number;
@@ -72,9 +73,12 @@ int tryIn(const std::filesystem::path& folder, const Options& options) {
 } // namespace
 
 int main(int count, char** words) {
+    if (count == 2 && std::string_view(words[1]) == "--help") {
+        fmt::print("{}", usage);
+        return EXIT_SUCCESS;
+    }
     const std::optional<Options> options = parse(std::span(words + 1, static_cast<std::size_t>(count - 1)));
     if (!options) {
-        fmt::print(stderr, "{}", usage);
         return badCommandLine;
     }
     std::filesystem::path folder;

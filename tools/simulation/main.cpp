@@ -144,10 +144,14 @@ int run(const Options& options) {
 } // namespace
 
 int main(int count, char** words) {
+    if (count == 2 && std::string_view(words[1]) == "--help") {
+        fmt::print("{}", usage);
+        return EXIT_SUCCESS;
+    }
     try {
         return run(parse(std::span(words, static_cast<std::size_t>(count)).subspan(1)));
     } catch (const UsageError& error) {
-        fmt::print(stderr, "{}\n\n{}", error.what(), usage);
+        fmt::print(stderr, "{}: --help lists the options.\n", error.what());
         return badCommandLine;
     } catch (const std::exception& error) {
         fmt::print(stderr, "The simulation could not go on: {}\n", error.what());
