@@ -315,8 +315,8 @@ TEST_F(Surroundings, MayMountAnotherFileSystemOverTheRoot) {
     }
     const std::unique_ptr<Program> agent = start(mayMount ? "/usr/bin/unshare" : "/bin/sh", words);
     endAfterTheStart(*agent);
-    expectTold(*agent, mayMount ? "Folder not available: ROOT (its volume is not mounted)"
-                                : "Found 3 files. Indexing...");
+    expectTold(*agent,
+               mayMount ? "Folder not available: ROOT (its volume is not mounted)" : "Found 3 files. Indexing...");
     EXPECT_EQ(agent->lastLine("Summary: "), summaryOf(0, mayMount ? 0 : 3, 0, 0));
     EXPECT_EQ(syncOnce(), summaryOf(0, 3, 0, 0));
     expectAllWell();
