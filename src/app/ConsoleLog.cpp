@@ -15,6 +15,18 @@ void writeLogToStandardOutput(DesktopAppModel& model) {
     });
 }
 
+void reportMissingUser(DesktopAppModel& model) {
+    model.observe([&model](ModelField field) {
+        if (field == ModelField::currentUser && !model.currentUser()) {
+            fmt::print(
+                stderr,
+                "Nothing is synced: nobody is signed in, or {} could not be asked. If it can be reached from here, "
+                "start Veskline on a desktop with the same state folder and sign in; then start this again.\n",
+                onOneLine(model.config().supabaseURL));
+        }
+    });
+}
+
 std::string onOneLine(std::string_view line) {
     std::string text;
     text.reserve(line.size());

@@ -89,17 +89,29 @@ int runWithoutWindow(int argc, char** argv, veskline::QuitSignals& signals, Agen
         place->onLaterStart([] { return false; });
     }
     veskline::writeLogToStandardOutput(*app.model());
+    veskline::reportMissingUser(*app.model());
     const async::TaskHandle bootstrap =
         async::spawn(process.surroundings().main, [model = app.model()] { return model->bootstrap(); });
     QCoreApplication::exec();
     leave(process, CommandLine::ended);
 }
 
-// The place of this agent; none where the state folder can't be made and each store falls back to a file of its own.
-std::unique_ptr<AgentPlace> openPlace(std::string& stateFolder) {
+// Empty where it can't be made, and each store falls back to a file of its own.
+std::string makeStateFolder() {
     try {
-        stateFolder = veskline::AppPaths::stateDirectory();
-        return std::make_unique<AgentPlace>(stateFolder);
+        return veskline::AppPaths::stateDirectory();
+    } catch (const platform::FileError& error) {
+        std::fprintf(stderr,
+                     "%s. Veskline keeps session, queue and state in /tmp instead, which the system may empty.\n",
+                     veskline::onOneLine(error.what()).c_str());
+        return {};
+    }
+}
+
+// The place of this agent; none without a state folder.
+std::unique_ptr<AgentPlace> openPlace(const std::string& stateFolder) {
+    try {
+        return stateFolder.empty() ? nullptr : std::make_unique<AgentPlace>(stateFolder);
     } catch (const platform::FileError&) {
         return nullptr;
     }
@@ -122,7 +134,7 @@ int run(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a file at the limit of its size is a failure of its write
     veskline::QuitSignals signals;
-    std::string stateFolder;
+    const std::string stateFolder = makeStateFolder();
     const std::unique_ptr<AgentPlace> place = openPlace(stateFolder);
     const AgentPlace::Holder holder =
         place ? place->settle(patience, signals.descriptor()) : AgentPlace::Holder::thisProcess;
