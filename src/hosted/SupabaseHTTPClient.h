@@ -12,6 +12,7 @@
 #include "state/records/StoredSession.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,6 +25,18 @@ namespace veskline {
 struct SignupAnswer {
     std::optional<StoredSession> session;
     std::optional<StoredUser> user;
+};
+
+// How a question about the stored session went: for its user, or for a renewal.
+struct SessionAnswer {
+    enum class Standing {
+        accepted,
+        refused,
+        unknown, // the service could not be asked: nothing answered, or not with what was asked for
+    };
+
+    Standing standing = Standing::unknown;
+    std::string reason; // for the user; empty where accepted
 };
 
 // The one client of the hosted project. It holds no tokens: each operation reads the session from the SessionStore,
@@ -39,8 +52,11 @@ struct SignupAnswer {
 // and the last one to be saved stands.
 class SupabaseHTTPClient {
 public:
+    // Called on a thread of the pool, before the operation that asked returns.
+    using SessionHandler = std::function<void(SessionAnswer)>;
+
     SupabaseHTTPClient(PublicConfig config, SessionStore& sessionStore, platform::HttpTransport urlSession,
-                       async::Executor pool);
+                       async::Executor pool, SessionHandler onSession = {});
     SupabaseHTTPClient(const SupabaseHTTPClient&) = delete;
     SupabaseHTTPClient& operator=(const SupabaseHTTPClient&) = delete;
 
@@ -123,6 +139,8 @@ private:
     template <class T>
     async::Task<T> authRequest(std::string path, QueryItems queryItems, JSONValue::Object body) const;
     async::Task<StoredUser> fetchCurrentUser(StoredSession session) const;
+    template <class T>
+    async::Task<T> reportingSession(async::Task<T> question) const;
 
     // Remote files
     async::Task<> upload(StoredSession session, std::string localURL, std::string storageKey,
@@ -144,6 +162,7 @@ private:
     SessionStore& sessionStore_;
     const platform::HttpTransport urlSession_;
     const async::Executor pool_;
+    const SessionHandler onSession_;
 };
 
 static_assert(async::Actor<SupabaseHTTPClient>);

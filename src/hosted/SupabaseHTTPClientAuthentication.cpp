@@ -1,4 +1,7 @@
 #include "hosted/SupabaseHTTPClientRequests.h"
+#include "platform/text/ErrorDescription.h"
+
+#include <exception>
 
 namespace veskline {
 
@@ -48,6 +51,15 @@ SignUpEnvelope readRecord(std::type_identity<SignUpEnvelope>, const platform::Js
     return {.user = object.optional<StoredUser>("user"), .session = object.optional<NestedSession>("session")};
 }
 
+// By the status alone, as everywhere: these three are how a service refuses a token that it does not know, or that is
+// used up or revoked.
+SessionAnswer::Standing standingAfter(const std::exception& failure) {
+    const auto* const error = dynamic_cast<const SupabaseHTTPError*>(&failure);
+    const int status = error != nullptr ? error->status().value_or(0) : 0;
+    const bool isRefusal = status == 400 || status == 401 || status == 403;
+    return isRefusal ? SessionAnswer::Standing::refused : SessionAnswer::Standing::unknown;
+}
+
 } // namespace
 
 // Without a session, and without a refresh: a 401 ends it at once.
@@ -89,14 +101,14 @@ async::Task<std::optional<StoredUser>> SupabaseHTTPClient::currentUser() const {
         co_return std::nullopt;
     }
     const auto fetch = [this](StoredSession current) { return fetchCurrentUser(std::move(current)); };
-    co_return co_await runRefreshingOnce(*std::move(session), fetch);
+    co_return co_await reportingSession(runRefreshingOnce(*std::move(session), fetch));
 }
 
 async::Task<StoredSession> SupabaseHTTPClient::refresh(StoredSession session) const {
     QueryItems queryItems{{"grant_type", "refresh_token"}};
     JSONValue::Object body{{"refresh_token", session.refreshToken}};
-    const auto response =
-        co_await authRequest<RefreshResponse>("/auth/v1/token", std::move(queryItems), std::move(body));
+    const auto response = co_await reportingSession(
+        authRequest<RefreshResponse>("/auth/v1/token", std::move(queryItems), std::move(body)));
     session.accessToken = response.accessToken;
     session.refreshToken = response.refreshToken;
     if (response.user) {
@@ -104,6 +116,27 @@ async::Task<StoredSession> SupabaseHTTPClient::refresh(StoredSession session) co
     }
     co_await sessionStore_.save(session);
     co_return session;
+}
+
+template <class T>
+async::Task<T> SupabaseHTTPClient::reportingSession(async::Task<T> question) const {
+    SessionAnswer told;
+    std::exception_ptr failure;
+    std::optional<T> answer;
+    try {
+        answer = co_await std::move(question);
+        told.standing = SessionAnswer::Standing::accepted;
+    } catch (const std::exception& error) {
+        told = {.standing = standingAfter(error), .reason = platform::describe(error)};
+        failure = std::current_exception();
+    }
+    if (onSession_) {
+        onSession_(std::move(told));
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    co_return *std::move(answer);
 }
 
 async::Task<StoredUser> SupabaseHTTPClient::fetchCurrentUser(StoredSession session) const {

@@ -1,7 +1,5 @@
 #include "hosted/SupabaseHTTPClientRequests.h"
 
-#include <fmt/format.h>
-
 namespace veskline {
 
 namespace {
@@ -25,8 +23,10 @@ std::optional<std::string> messageOfService(std::string_view body) {
 }
 
 SupabaseHTTPClient::SupabaseHTTPClient(PublicConfig config, SessionStore& sessionStore,
-                                       platform::HttpTransport urlSession, async::Executor pool)
-    : config_(std::move(config)), sessionStore_(sessionStore), urlSession_(urlSession), pool_(pool) {}
+                                       platform::HttpTransport urlSession, async::Executor pool,
+                                       SessionHandler onSession)
+    : config_(std::move(config)), sessionStore_(sessionStore), urlSession_(urlSession), pool_(pool),
+      onSession_(std::move(onSession)) {}
 
 platform::HttpRequest SupabaseHTTPClient::makeRequest(std::string_view path, std::string_view method,
                                                       const std::optional<std::string>& bearerToken,
@@ -67,7 +67,7 @@ void SupabaseHTTPClient::validate(const platform::HttpResponse& response) {
         throw SupabaseHTTPError::unauthorized();
     }
     if (response.status < 200 || response.status > 299) {
-        throw SupabaseHTTPError::message(fmt::format("Supabase request failed with status {}", response.status));
+        throw SupabaseHTTPError::refused(response.status);
     }
 }
 

@@ -1,13 +1,20 @@
 #include "hosted/SupabaseHTTPError.h"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 namespace veskline {
 
-SupabaseHTTPError::SupabaseHTTPError(Case errorCase, std::string text) : case_(errorCase), text_(std::move(text)) {}
+SupabaseHTTPError::SupabaseHTTPError(Case errorCase, std::string text, std::optional<int> status)
+    : case_(errorCase), text_(std::move(text)), status_(status) {}
 
 SupabaseHTTPError SupabaseHTTPError::message(std::string text) {
     return {Case::message, std::move(text)};
+}
+
+SupabaseHTTPError SupabaseHTTPError::refused(int status) {
+    return {Case::message, fmt::format("Supabase request failed with status {}", status), status};
 }
 
 SupabaseHTTPError SupabaseHTTPError::notAuthenticated() {
@@ -19,7 +26,7 @@ SupabaseHTTPError SupabaseHTTPError::invalidURL() {
 }
 
 SupabaseHTTPError SupabaseHTTPError::unauthorized() {
-    return {Case::unauthorized, "Supabase session is unauthorized"};
+    return {Case::unauthorized, "Supabase session is unauthorized", 401};
 }
 
 SupabaseHTTPError SupabaseHTTPError::invalidResponse() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <optional>
 #include <string>
 
 namespace veskline {
@@ -12,12 +13,15 @@ public:
     enum class Case { message, notAuthenticated, invalidURL, unauthorized, invalidResponse };
 
     [[nodiscard]] static SupabaseHTTPError message(std::string text);
-    [[nodiscard]] static SupabaseHTTPError notAuthenticated(); // no stored session
-    [[nodiscard]] static SupabaseHTTPError invalidURL();       // the configured URL, or a path with it
-    [[nodiscard]] static SupabaseHTTPError unauthorized();     // status 401
-    [[nodiscard]] static SupabaseHTTPError invalidResponse();  // no HTTP, or not what the request asks for
+    [[nodiscard]] static SupabaseHTTPError notAuthenticated();  // no stored session
+    [[nodiscard]] static SupabaseHTTPError refused(int status); // as a message, for a status that is no success
+    [[nodiscard]] static SupabaseHTTPError invalidURL();        // the configured URL, or a path with it
+    [[nodiscard]] static SupabaseHTTPError unauthorized();      // status 401
+    [[nodiscard]] static SupabaseHTTPError invalidResponse();   // no HTTP, or not what the request asks for
 
     [[nodiscard]] Case errorCase() const noexcept { return case_; }
+    // Of the response, where the service answered with one that is no success.
+    [[nodiscard]] std::optional<int> status() const noexcept { return status_; }
     // For the user.
     [[nodiscard]] const char* what() const noexcept override { return text_.c_str(); }
 
@@ -26,10 +30,11 @@ public:
     }
 
 private:
-    SupabaseHTTPError(Case errorCase, std::string text);
+    SupabaseHTTPError(Case errorCase, std::string text, std::optional<int> status = std::nullopt);
 
     Case case_;
     std::string text_;
+    std::optional<int> status_;
 };
 
 } // namespace veskline

@@ -31,7 +31,7 @@ SyncCoordinator::Surroundings engineSurroundings(const AppSurroundings& surround
 
 Collaborators::Collaborators(const PublicConfig& config, const AppSurroundings& surroundings)
     : sessionStore(surroundings.pool), database(surroundings.pool), retryQueue(surroundings.pool),
-      client(config, sessionStore, surroundings.urlSession, surroundings.pool),
+      client(config, sessionStore, surroundings.urlSession, surroundings.pool, surroundings.onSession),
       syncCoordinator(config, client, database, retryQueue, sessionStore, engineSurroundings(surroundings)) {}
 
 } // namespace veskline

@@ -20,6 +20,7 @@ struct AppSurroundings {
     async::Clock clock;
     platform::HttpTransport urlSession;
     SyncCoordinator::WatchFolders watchFolders;    // the system's change events where there is none
+    SupabaseHTTPClient::SessionHandler onSession;  // how each question about the stored session goes
     const std::atomic<bool>* isQuitting = nullptr; // set for good when the process is about to end
 };
 
