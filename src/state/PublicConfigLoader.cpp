@@ -6,8 +6,10 @@
 #include "platform/json/JsonObject.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
@@ -19,6 +21,7 @@ namespace veskline::PublicConfigLoader {
 namespace {
 
 constexpr const char* resourceFileName = "public-config.json";
+constexpr std::array<const char*, 3> neededVariables{"SUPABASE_URL", "SUPABASE_ANON_KEY", "DASHBOARD_URL"};
 constexpr std::size_t mostFileBytes = std::size_t{1} << 20U;
 
 using Environment = std::map<std::string, std::string>;
@@ -75,7 +78,15 @@ std::optional<std::string> firstCandidate(const std::optional<std::string>& bund
         [](const std::string& folder) { return fmt::format("{}/{}", folder, resourceFileName); });
 }
 
-PublicConfig fromFile(const std::string& path) {
+// The file behind a link, which is the one that can be mended; the path itself where it is no link.
+std::string linkTarget(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::read_symlink(path, error);
+    return error ? path : (std::filesystem::path(path).parent_path() / target).lexically_normal().string();
+}
+
+PublicConfig fromFile(const std::string& candidate) {
+    const std::string path = linkTarget(candidate);
     const std::string bytes = platform::WholeFile(path).read(mostFileBytes);
     try {
         PublicConfig config = platform::decodeJson<PublicConfig>(bytes);
@@ -88,7 +99,55 @@ PublicConfig fromFile(const std::string& path) {
     }
 }
 
+std::optional<std::string> faultOfAddress(const Environment& environment, const std::string& name) {
+    const std::optional<std::string> value = valueOf(environment, name);
+    if (!value) {
+        return std::nullopt;
+    }
+    if (!platform::isAbsoluteUrl(*value)) {
+        return fmt::format("{} is \"{}\", which is no absolute address. The variables of the environment don't count; "
+                           "the project is that of public-config.json.",
+                           name, *value);
+    }
+    const bool isWeb = value->starts_with("http://") || value->starts_with("https://");
+    return isWeb ? std::nullopt
+                 : std::optional(
+                       fmt::format("{} is \"{}\", which begins with neither http:// nor https://.", name, *value));
+}
+
+std::optional<std::string> faultOfTheLimit(const Environment& environment) {
+    const std::optional<std::string> limit = valueOf(environment, "VESK_MAX_UPLOAD_BYTES");
+    if (!limit || decimal(*limit)) {
+        return std::nullopt;
+    }
+    return fmt::format("VESK_MAX_UPLOAD_BYTES is \"{}\", which is no whole number of bytes. The limit is {}.", *limit,
+                       PublicConfig::defaultMaxUploadBytes);
+}
+
 } // namespace
+
+std::vector<std::string> environmentFaults(const Surroundings& surroundings) {
+    const Environment& environment = surroundings.environment;
+    std::vector<std::string> missing(neededVariables.begin(), neededVariables.end());
+    std::erase_if(missing, [&](const std::string& name) { return environment.contains(name); });
+    if (missing.size() == neededVariables.size()) {
+        return {};
+    }
+    std::vector<std::string> faults;
+    if (!missing.empty()) {
+        faults.push_back(fmt::format("The environment names a project in part: {} {} not set. Its variables don't "
+                                     "count; the project is that of public-config.json.",
+                                     fmt::join(missing, " and "), missing.size() == 1 ? "is" : "are"));
+    }
+    for (std::optional<std::string> fault :
+         {faultOfAddress(environment, "SUPABASE_URL"), faultOfAddress(environment, "DASHBOARD_URL"),
+          faultOfTheLimit(environment)}) {
+        if (fault) {
+            faults.push_back(*std::move(fault));
+        }
+    }
+    return faults;
+}
 
 Surroundings processSurroundings() {
     Surroundings result;

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 // Finds the public configuration, which names the hosted project that this installation belongs to. Runs once, first of
 // all, while the application model is being built; nothing is cached.
@@ -31,5 +32,10 @@ struct Surroundings {
 // part of the environment is no failure of its own: the words then speak of the file.
 [[nodiscard]] PublicConfig load(const std::optional<std::string>& bundle = std::nullopt,
                                 const Surroundings& surroundings = processSurroundings());
+
+// What `load` passes over in the environment although somebody set it: a line each for whoever did, naming the variable
+// and what counts instead. Also an address that can't be reached by its scheme, which `load` takes as it stands. The
+// key is never quoted.
+[[nodiscard]] std::vector<std::string> environmentFaults(const Surroundings& surroundings = processSurroundings());
 
 } // namespace veskline::PublicConfigLoader

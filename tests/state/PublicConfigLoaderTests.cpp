@@ -73,6 +73,11 @@ TEST(PublicConfigLoader, ReadsTheFirstFileThatIsThereAndNoOther) {
     std::filesystem::remove(file);
     std::filesystem::create_directory(file);
     EXPECT_EQ(load(), "The file \"" + file + "\" could not be read: Is a directory");
+
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink("../etc/project.json", file);
+    EXPECT_EQ(loaded(std::nullopt, {{}, folder.at("given")}),
+              "The file \"" + folder.at("etc/project.json") + "\" could not be opened: No such file or directory");
 }
 
 TEST(PublicConfigLoader, FindsTheResourcesBesideTheExecutable) {
