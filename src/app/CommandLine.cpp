@@ -33,6 +33,8 @@ Exit codes:
   1  it could not start or go on, or an agent that runs does not answer; standard error,
      or the window, says why
   2  the command line is wrong
+  3  without a display: nobody is signed in
+  4  without a display: the project could not be asked who is signed in
 
 More in veskline(1).
 )";

@@ -9,8 +9,9 @@ namespace veskline {
 // ends. All else that a user may choose is chosen in the window.
 struct CommandLine {
     // Of the process: it ended as it was asked to, or left the state folder to an agent that runs; it could not start
-    // or go on; the command line asks for something that there isn't.
-    enum ExitCode { ended = 0, failed = 1, misused = 2 };
+    // or go on; the command line asks for something that there isn't; without a window, nobody is signed in, or the
+    // project could not be asked who is.
+    enum ExitCode { ended = 0, failed = 1, misused = 2, signedOut = 3, unreachable = 4 };
 
     bool isRun = false;
     // For a command line that doesn't run: what to print, to standard output or, where misused, to standard error.

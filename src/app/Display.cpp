@@ -1,10 +1,11 @@
 #include "app/Display.h"
 
+#include "app/ConsoleLine.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QtGlobal>
 
-#include <cstdio>
 #include <cstdlib>
 
 namespace veskline {
@@ -18,10 +19,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
         qtMessageHandler(type, context, message);
         return;
     }
-    std::fprintf(stderr, "Veskline can't open its window: %s\n",
-                 qUtf8Printable(message.section(QLatin1Char('\n'), 0, 0)));
-    std::fputs("Check DISPLAY and WAYLAND_DISPLAY, or start it without both: it then syncs without a window.\n",
-               stderr);
+    writeFailure("Veskline can't open its window: " + message.section(QLatin1Char('\n'), 0, 0).toStdString());
+    writeFailure("Check DISPLAY and WAYLAND_DISPLAY, or start it without both: it then syncs without a window.");
     std::quick_exit(EXIT_FAILURE);
 }
 

@@ -1,18 +1,23 @@
 #include "app/AgentPlace.h"
 #include "app/CommandLine.h"
+#include "app/ConsoleLine.h"
 #include "app/ConsoleLog.h"
 #include "app/Display.h"
 #include "app/Heap.h"
 #include "app/Process.h"
 #include "app/QuitSignals.h"
+#include "app/SignedOutReport.h"
 #include "app/VesklineNativeApp.h"
 #include "interface/DesktopWindow.h"
 #include "platform/async/Spawn.h"
 #include "platform/files/FileError.h"
 #include "state/AppPaths.h"
+#include "state/PublicConfigLoader.h"
 
 #include <QGuiApplication>
 #include <QQuickWindow>
+
+#include <fmt/format.h>
 
 #include <chrono>
 #include <csignal>
@@ -32,7 +37,7 @@ constexpr std::chrono::seconds patience{5};
 
 void printFailure(const veskline::VesklineNativeApp& app) {
     for (const std::string& line : app.failureContent()) {
-        std::fprintf(stderr, "%s\n", veskline::onOneLine(line).c_str());
+        veskline::writeFailure(line);
     }
 }
 
@@ -63,7 +68,7 @@ int runWithWindow(int argc, char** argv, veskline::QuitSignals& signals, AgentPl
     try {
         show(app, window);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Veskline can't start. %s\n", error.what());
+        veskline::writeFailure(fmt::format("Veskline can't start. {}", error.what()));
         return CommandLine::failed;
     }
     if (place != nullptr) {
@@ -76,11 +81,15 @@ int runWithWindow(int argc, char** argv, veskline::QuitSignals& signals, AgentPl
     leave(process, app.model() ? CommandLine::ended : CommandLine::failed);
 }
 
-int runWithoutWindow(int argc, char** argv, veskline::QuitSignals& signals, AgentPlace* place) {
+int runWithoutWindow(int argc, char** argv, veskline::QuitSignals& signals, AgentPlace* place,
+                     const std::string& stateFolder) {
     const QCoreApplication application(argc, argv);
     signals.quitApplication();
     veskline::Process process;
-    const veskline::VesklineNativeApp app(process.surroundings());
+    veskline::AppSurroundings surroundings = process.surroundings();
+    veskline::SignedOutReport report(surroundings.main, surroundings.clock, stateFolder.empty() ? "/tmp" : stateFolder);
+    surroundings.onSession = report.handler();
+    const veskline::VesklineNativeApp app(surroundings);
     if (!app.model()) {
         printFailure(app);
         return CommandLine::failed;
@@ -89,11 +98,11 @@ int runWithoutWindow(int argc, char** argv, veskline::QuitSignals& signals, Agen
         place->onLaterStart([] { return false; });
     }
     veskline::writeLogToStandardOutput(*app.model());
-    veskline::reportMissingUser(*app.model());
+    report.observe(*app.model());
     const async::TaskHandle bootstrap =
-        async::spawn(process.surroundings().main, [model = app.model()] { return model->bootstrap(); });
-    QCoreApplication::exec();
-    leave(process, CommandLine::ended);
+        async::spawn(surroundings.main, [model = app.model()] { return model->bootstrap(); });
+    const int exitCode = QCoreApplication::exec();
+    leave(process, exitCode);
 }
 
 // Empty where it can't be made, and each store falls back to a file of its own.
@@ -101,9 +110,11 @@ std::string makeStateFolder() {
     try {
         return veskline::AppPaths::stateDirectory();
     } catch (const platform::FileError& error) {
-        std::fprintf(stderr,
-                     "%s. Veskline keeps session, queue and state in /tmp instead, which the system may empty.\n",
-                     veskline::onOneLine(error.what()).c_str());
+        const char* const variable = std::getenv("VESK_STATE_DIR");
+        const bool isChosen = variable != nullptr && *variable != '\0';
+        veskline::writeFailure(
+            fmt::format("{}{}. Veskline keeps session, queue and state in /tmp instead, which the system may empty.",
+                        isChosen ? "VESK_STATE_DIR can't be used: " : "", error.what()));
         return {};
     }
 }
@@ -125,7 +136,7 @@ int leaveToAnother(AgentPlace::Holder holder, const std::string& stateFolder) {
     } else if (holder == AgentPlace::Holder::anotherThatShowsItsWindow) {
         words = "and shows its window";
     }
-    std::fprintf(stderr, "Veskline already runs on %s, %s.\n", veskline::onOneLine(stateFolder).c_str(), words);
+    veskline::writeFailure(fmt::format("Veskline already runs on {}, {}.", stateFolder, words));
     return isSilent ? CommandLine::failed : CommandLine::ended;
 }
 
@@ -134,6 +145,9 @@ int run(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a file at the limit of its size is a failure of its write
     veskline::QuitSignals signals;
+    for (const std::string& fault : veskline::PublicConfigLoader::environmentFaults()) {
+        veskline::writeFailure(fault);
+    }
     const std::string stateFolder = makeStateFolder();
     const std::unique_ptr<AgentPlace> place = openPlace(stateFolder);
     const AgentPlace::Holder holder =
@@ -145,7 +159,7 @@ int run(int argc, char** argv) {
         return leaveToAnother(holder, stateFolder);
     }
     return veskline::hasDisplay() ? runWithWindow(argc, argv, signals, place.get())
-                                  : runWithoutWindow(argc, argv, signals, place.get());
+                                  : runWithoutWindow(argc, argv, signals, place.get(), stateFolder);
 }
 
 } // namespace

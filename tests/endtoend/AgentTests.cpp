@@ -107,25 +107,6 @@ TEST_F(Agent, EndsCleanlyAtAnySignalAlsoInTheMidstOfAnUpload) {
     EXPECT_EQ(syncOnce(), "Summary: uploaded 1, skipped 0, deleted 0, failed 0.");
 }
 
-TEST_F(Agent, SaysInThreeLinesWhyItCannotStart) {
-    const std::pair<std::function<void()>, const char*> rows[] = {
-        {[&] { folder.write("state/state.sqlite3", std::string(5000, 'x')); }, "file is not a database"},
-        {[&] { folder.makeFolder("state/state.sqlite3"); }, "unable to open"},
-        {[&] { environment.erase("SUPABASE_URL"); }, "public-config.json"},
-    };
-    for (const auto& [breakIt, words] : rows) {
-        std::filesystem::remove_all(folder.at("state"));
-        breakIt();
-        const std::unique_ptr<Program> agent = start();
-        EXPECT_EQ(agent->wait(), 1);
-        const std::string errors = agent->errors();
-        EXPECT_TRUE(errors.starts_with("Veskline\nNative app initialization failed.\n")) << errors;
-        EXPECT_TRUE(errors.contains(words)) << errors;
-        EXPECT_EQ(std::ranges::count(errors, '\n'), 3) << errors;
-    }
-    EXPECT_TRUE(project.journal().entries().empty());
-}
-
 TEST_F(Agent, FindsTheLocalProjectAsItWasWhenThatIsKilled) {
     std::vector<std::string> words{"--data", folder.at("local"), "--user", stand.account + ":" + stand.password};
     words.insert(words.end(), {"--port-file", folder.at("port")});

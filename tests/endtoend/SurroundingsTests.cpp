@@ -53,6 +53,9 @@ protected:
         ADD_FAILURE() << "this machine has one file system alone";
         return "/";
     }
+    [[nodiscard]] std::string failureToStart(const std::string& words) const {
+        return "Veskline\nNative app initialization failed.\n" + words + " (in the file \"" + database + "\")\n";
+    }
     void moveRootAway() { fs::rename(root, away); }
     void moveRootBack() {
         fs::remove(root);
@@ -79,7 +82,7 @@ TEST_F(Surroundings, MayHoldTheDatabaseLocked) {
     lock("begin exclusive");
     const std::unique_ptr<Program> agent = start();
     EXPECT_EQ(agent->wait(), 1);
-    EXPECT_EQ(agent->errors(), "Veskline\nNative app initialization failed.\ndatabase is locked\n");
+    EXPECT_EQ(agent->errors(), failureToStart("database is locked"));
     expectRecovery();
 
     changeThePreferences();
@@ -119,7 +122,7 @@ TEST_F(Surroundings, MayRefuseTheDatabase) {
         const Machine machine(folder.path(), {{.call = call, .path = "*/state.sqlite3", .error = error}});
         const std::unique_ptr<Program> agent = startOn(machine);
         EXPECT_EQ(agent->wait(), 1);
-        EXPECT_EQ(agent->errors(), "Veskline\nNative app initialization failed.\n" + std::string(words) + "\n");
+        EXPECT_EQ(agent->errors(), failureToStart(words));
     }
     syncOnce();
     expectAllWell();

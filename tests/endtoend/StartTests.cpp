@@ -1,0 +1,208 @@
+#include "endtoend/AgentFixture.h"
+
+#include <fmt/format.h>
+#include <fnmatch.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+
+namespace veskline::testing {
+
+namespace {
+
+using nlohmann::json;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+// Starts without a window that come to nothing, or to less than was asked for.
+class Start : public AgentFixture {
+protected:
+    // What the user service does after this exit code: the unit that is installed says so.
+    static std::string nextOfTheUnit(int code) {
+        std::ifstream unit(VESKLINE_UNIT);
+        const std::string text{std::istreambuf_iterator<char>(unit), {}};
+        const bool restarts = code != 0 && text.contains("\nRestart=on-failure\n") &&
+                              !text.contains(fmt::format("\nRestartPreventExitStatus={}\n", code));
+        return restarts && text.contains("\nRestartSec=60\n") ? "starts again after 60 s" : "rests";
+    }
+    void fail(json fault, int count = 10) {
+        fault["count"] = count;
+        project.faults().add(fault);
+    }
+    static bool reads(const std::string& text, const std::string& pattern) {
+        return ::fnmatch(pattern.c_str(), text.c_str(), FNM_NOESCAPE) == 0;
+    }
+};
+
+} // namespace
+
+TEST_F(Start, EndsInWordsWhereNothingCanBeSynced) {
+    const std::string session = stand.state + "/session.json";
+    const std::string nobody = "Nothing is synced: nobody is signed in, since ";
+    const std::string remedy = "* Start Veskline on a desktop with the same state folder and sign in; then start this "
+                               "again.\n";
+    const std::string none = nobody + "there is no session in " + stand.state + "." + remedy;
+    const std::string refused =
+        nobody + environment.at("SUPABASE_URL") + " no longer accepts the session in " + stand.state + " (*)." + remedy;
+    const std::string unasked =
+        "Nothing is synced: " + environment.at("SUPABASE_URL") + " could not be asked who is signed in (";
+    const std::string later =
+        "). Start Veskline again once it can be reached; the user service does so every minute.\n";
+    const std::string failed = "Veskline\nNative app initialization failed.\n";
+    const std::string database = " (in the file \"" + stand.state + "/state.sqlite3\")\n";
+    struct Row {
+        const char* name;
+        std::function<void()> prepare;
+        std::string errors; // a glob
+        int code;
+        const char* next;
+    };
+    const Row rows[] = {
+        {"no session", [&] { fs::remove(session); }, none, 3, "rests"},
+        {"a session of junk", [&] { folder.write("state/session.json", "junk"); }, none, 3, "rests"},
+        {"a revoked session",
+         [&] {
+             fail({{"kind", "revoke-refresh"}, {"path", "/auth/v1/token"}});
+             fail({{"kind", "refused-token"}, {"path", "/auth/v1/user"}});
+         },
+         refused, 3, "rests"},
+        {"a service that refuses", [&] { fail({{"kind", "status"}, {"status", 403}, {"path", "/auth/*"}}); }, refused,
+         3, "rests"},
+        {"a service in trouble", [&] { fail({{"kind", "status"}, {"status", 503}, {"path", "/auth/*"}}); },
+         unasked + "Supabase request failed with status 503" + later, 4, "starts again after 60 s"},
+        {"a service that is asked too often", [&] { fail({{"kind", "status"}, {"status", 429}, {"path", "/auth/*"}}); },
+         unasked + "Supabase request failed with status 429" + later, 4, "starts again after 60 s"},
+        {"a captive portal", [&] { fail({{"kind", "html"}, {"path", "/auth/*"}}); },
+         unasked + "The text is not valid JSON: *" + later, 4, "starts again after 60 s"},
+        {"a cut connection", [&] { fail({{"kind", "cut-before"}, {"path", "/auth/*"}}); },
+         unasked + "The connection to the server was lost: *" + later, 4, "starts again after 60 s"},
+        {"no network", [&] { environment["SUPABASE_URL"] = "http://127.0.0.1:1"; },
+         "Nothing is synced: http://127.0.0.1:1 could not be asked who is signed in (Could not connect to the server: "
+         "*" +
+             later,
+         4, "starts again after 60 s"},
+        {"a database of junk", [&] { folder.write("state/state.sqlite3", std::string(5000, 'x')); },
+         failed + "*file is not a database*" + database, 1, "starts again after 60 s"},
+        {"a folder for a database",
+         [&] {
+             fs::remove(stand.state + "/state.sqlite3");
+             folder.makeFolder("state/state.sqlite3");
+         },
+         failed + "*unable to open*" + database, 1, "starts again after 60 s"},
+        {"no project", [&] { environment.erase("SUPABASE_URL"); },
+         "The environment names a project in part: SUPABASE_URL is not set. *\n" + failed + "*public-config.json*\n", 1,
+         "starts again after 60 s"},
+        {"a state folder that can't be made",
+         [&] {
+             environment["VESK_STATE_DIR"] = folder.at("file/state");
+             environment.erase("SUPABASE_ANON_KEY");
+             folder.write("file", "no folder");
+         },
+         "The environment names a project in part: *\nVESK_STATE_DIR can't be used: The file \"" +
+             folder.at("file/state") +
+             "\" could not be created as a folder: Not a directory. Veskline keeps session, "
+             "queue and state in /tmp instead, which the system may empty.\n" +
+             failed + "*",
+         1, "starts again after 60 s"},
+    };
+    write("a.txt", "first");
+    const Program::Environment before = environment;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        fs::remove_all(stand.state);
+        setUp();
+        row.prepare();
+        const std::unique_ptr<Program> agent = start();
+        EXPECT_EQ(agent->wait(), row.code);
+        EXPECT_TRUE(reads(agent->errors(), row.errors)) << agent->errors();
+        EXPECT_EQ(agent->output(), std::vector<std::string>());
+        EXPECT_EQ(nextOfTheUnit(row.code), row.next);
+        project.faults().clear();
+        environment = before;
+    }
+    EXPECT_TRUE(hosted().empty());
+}
+
+TEST_F(Start, NamesAVariableThatDoesNotCount) {
+    const std::pair<std::pair<const char*, const char*>, const char*> rows[] = {
+        {{"VESK_MAX_UPLOAD_BYTES", "5G"},
+         "VESK_MAX_UPLOAD_BYTES is \"5G\", which is no whole number of bytes. The limit is 5368709120.\n"},
+        {{"DASHBOARD_URL", "ftp://dash"}, "DASHBOARD_URL is \"ftp://dash\", which begins with neither http:// nor *\n"},
+    };
+    write("a.txt", "first");
+    setUp();
+    const Program::Environment before = environment;
+    for (const auto& [variable, errors] : rows) {
+        environment[variable.first] = variable.second;
+        const std::unique_ptr<Program> agent = start();
+        finish(*agent);
+        EXPECT_TRUE(reads(agent->errors(), errors)) << agent->errors();
+        environment = before;
+    }
+    environment["SUPABASE_URL"] = "project.example";
+    const std::unique_ptr<Program> agent = start();
+    EXPECT_EQ(agent->wait(), 1);
+    EXPECT_TRUE(reads(agent->errors(), "SUPABASE_URL is \"project.example\", which is no absolute address. *\n*"))
+        << agent->errors();
+}
+
+TEST_F(Start, SaysOnceThatTheServiceEndedTheSessionMeanwhile) {
+    write("a.txt", "first");
+    setUp();
+    Machine machine(folder.path(), {});
+    const std::unique_ptr<Program> agent = startOn(machine);
+    ASSERT_TRUE(agent->waitForLine("Watching "));
+    fail({{"kind", "status"}, {"status", 401}}, 1000);
+    const auto last = std::chrono::steady_clock::now() + Program::patience;
+    for (int polls = 0; polls < 40 || agent->errors().empty(); ++polls) {
+        machine.advance(20s);
+        static_cast<void>(agent->waitForLine("no such line", 1, 5ms));
+        ASSERT_LT(std::chrono::steady_clock::now(), last) << "nothing is said";
+    }
+    EXPECT_EQ(end(*agent), 0);
+    EXPECT_TRUE(reads(agent->errors(), "Signed out: " + environment.at("SUPABASE_URL") +
+                                           " no longer accepts the session in " + stand.state +
+                                           " (Supabase session is unauthorized). Nothing more is "
+                                           "uploaded. Start Veskline on a desktop *\n"))
+        << agent->errors();
+    EXPECT_EQ(std::ranges::count(agent->errors(), '\n'), 1);
+}
+
+TEST_F(Start, GivesTheJournalThePriorityOfEachLineAndNobodyElse) {
+    write("a.txt", "first");
+    write("sub/b.txt", "below");
+    setUp({root, folder.at("missing")});
+    fail({{"kind", "status"}, {"status", 500}, {"method", "POST"}, {"path", "/storage/*/a-*"}});
+    const std::string agentPath = (fs::read_symlink("/proc/self/exe").parent_path() / "veskline").string();
+    const std::string asService = "exec 3>&1; JOURNAL_STREAM=$(stat -Lc %d:%i /proc/self/fd/3); export JOURNAL_STREAM; "
+                                  "exec \"$0\" 3>&-";
+    for (const bool isService : {false, true}) {
+        const std::unique_ptr<Program> agent = isService ? start("/bin/sh", {"-c", asService, agentPath}) : start();
+        EXPECT_TRUE(agent->waitForLine("Initial scan complete"));
+        EXPECT_EQ(end(*agent), 0);
+        const std::string error = isService ? "<3>" : "";
+        const std::string warning = isService ? "<4>" : "";
+        EXPECT_NE(agent->lastLine(error + "Upload failed, queued for retry: " + root + "/a.txt"), "");
+        EXPECT_NE(agent->lastLine(warning + "Folder not available: " + folder.at("missing")), "");
+        EXPECT_NE(agent->lastLine("Found 2 files."), "");
+        EXPECT_EQ(agent->errors(), "");
+    }
+}
+
+TEST_F(Start, NamesEachFolderThatItCannotReadAlsoWithoutAnythingUploadedFromIt) {
+    write("a.txt", "first");
+    folder.write("file", "no folder");
+    setUp({root, folder.at("file"), folder.at("missing")});
+    for (int scans = 0; scans < 2; ++scans) {
+        const std::unique_ptr<Program> agent = start();
+        finish(*agent);
+        EXPECT_NE(agent->lastLine("Folder not available: " + folder.at("file") + " (Not a directory)"), "");
+        EXPECT_NE(agent->lastLine("Folder not available: " + folder.at("missing") + " (No such file or directory)"),
+                  "");
+    }
+}
+
+} // namespace veskline::testing
