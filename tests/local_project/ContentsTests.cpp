@@ -23,17 +23,33 @@ protected:
 TEST_F(ContentsTest, LieUnderTheDecodedKeyAndAreReplacedOnlyWhenAsked) {
     run();
     const std::string large(3'000'000, 'x');
-    const std::string key = "user-1/r%C3%A9sum%C3%A9%20+1.txt";
-    EXPECT_EQ(upload(key, large), 200);
-    EXPECT_EQ(only("objects")["key"], "user-1/résumé +1.txt");
+    const std::string name = "r%C3%A9sum%C3%A9%20+1.txt";
+    const std::string place = "files/" + keyOf(name);
+    EXPECT_EQ(upload(name, large), 200);
+    EXPECT_EQ(only("objects")["key"], keyOf("résumé +1.txt"));
     EXPECT_EQ(only("objects")["sha256"], Digest::of(large));
     EXPECT_EQ(content(), large);
-    EXPECT_EQ(status("POST", "/storage/v1/object/files/" + key, "second"), 409);
-    EXPECT_EQ(upload(key, "second"), 200);
+    EXPECT_EQ(status("POST", "/storage/v1/object/" + place, "second"), 409);
+    EXPECT_EQ(upload(name, "second"), 200);
     EXPECT_EQ(content(), "second");
     EXPECT_EQ(filesOnDisk(), 1);
+}
+
+TEST_F(ContentsTest, LieInTheOneBucketBelowTheFolderOfTheirUser) {
+    options_.profile = RefusalProfile::deployed;
+    run();
+    const std::string ada = userId_;
     signIn("bob@example.com");
-    EXPECT_EQ(upload(key, "third"), 403);
+    const std::tuple<std::string, const char*> refused[] = {
+        {"files/user-" + ada + "/a.txt", "403"},     {"files/user-" + userId_, "403"},      {"files/a.txt", "403"},
+        {"files/User-" + userId_ + "/a.txt", "403"}, {"pictures/" + keyOf("a.txt"), "404"},
+    };
+    for (const auto& [place, code] : refused) {
+        const Reply reply = send("POST", "/storage/v1/object/" + place, "text");
+        EXPECT_EQ(reply.status, 400) << place;
+        EXPECT_EQ(reply.parsed()["statusCode"], code) << place;
+    }
+    EXPECT_EQ(project_->state()["objects"], json::array());
 }
 
 TEST_F(ContentsTest, StayWhenAnUploadIsCutAndLoseTheRestsOfAKilledRun) {
@@ -58,21 +74,21 @@ TEST_F(ContentsTest, AreIngestedWhereTheyCanBeReadElseItSaysWhyNot) {
         {"never-uploaded.md", std::nullopt, "The object is missing from the bucket"},
     };
     run();
-    for (const auto& [key, content, error] : cases) {
+    for (const auto& [name, content, error] : cases) {
         if (content) {
-            upload(key, *content);
+            upload(name, *content);
         }
-        addJob(addFile(key), "ingest");
+        addJob(addFile(name), "ingest");
     }
     settle();
     const json state = project_->state();
-    for (std::size_t at = 0; const auto& [key, content, error] : cases) {
+    for (std::size_t at = 0; const auto& [name, content, error] : cases) {
         const json& file = state["files"][at];
         const json& job = state["jobs"][at++];
-        EXPECT_EQ(file["ingest_error"], error) << key;
-        EXPECT_EQ(file["ingested_sha256"], error.is_null() ? json("aa11") : json()) << key;
-        EXPECT_EQ(job["status"], error.is_null() ? "done" : "error") << key;
-        EXPECT_EQ(job["error"], error) << key;
+        EXPECT_EQ(file["ingest_error"], error) << name;
+        EXPECT_EQ(file["ingested_sha256"], error.is_null() ? json(digest) : json()) << name;
+        EXPECT_EQ(job["status"], error.is_null() ? "done" : "error") << name;
+        EXPECT_EQ(job["error"], error) << name;
     }
 }
 
@@ -88,7 +104,7 @@ TEST_F(ContentsTest, AreIngestedAnewWhenPutBackAndForgottenWhenDeleted) {
     EXPECT_EQ(only("jobs")["attempts"], 1);
     addJob(file, "delete");
     settle();
-    EXPECT_EQ(only("files")["ingested_sha256"], "aa11") << "it came back";
+    EXPECT_EQ(only("files")["ingested_sha256"], digest) << "it came back";
     change("files?id=eq." + file, R"({"is_deleted":true})");
     addJob(file, "delete");
     settle();

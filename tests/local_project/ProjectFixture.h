@@ -20,6 +20,7 @@ using nlohmann::json;
 using Headers = std::vector<platform::HttpHeader>;
 
 constexpr std::chrono::seconds patience{20};
+inline const std::string digest(64, 'a');
 
 // A project of its own in a folder of its own, and a signed-in client that speaks to it over HTTP.
 class ProjectFixture : public testing::Test {
@@ -70,26 +71,38 @@ protected:
         return send("POST", "/auth/v1/token?grant_type=refresh_token",
                     fmt::format(R"({{"refresh_token":"{}"}})", token));
     }
-    int upload(const std::string& key, const std::string& content) {
-        return send("POST", "/storage/v1/object/files/" + key, content,
+    // Where the signed-in user's file of this name lies in the bucket.
+    std::string keyOf(const std::string& name) { return fmt::format("user-{}/{}", userId_, name); }
+    int upload(const std::string& name, const std::string& content) {
+        return uploadTo("files/" + keyOf(name), content);
+    }
+    int uploadTo(const std::string& place, const std::string& content) {
+        return send("POST", "/storage/v1/object/" + place, content,
                     {{"content-type", "text/plain"}, {"cache-control", "max-age=3600"}, {"x-upsert", "true"}})
             .status;
     }
 
-    // Writes a row of `files` for a key, and queues a job for it; return the row's id and the job's status.
-    std::string addFile(const std::string& key) {
-        const json row = {
-            {"user_id", userId_}, {"path", key},      {"storage_bucket", "files"}, {"storage_key", key},
-            {"bytes", 5},         {"sha256", "aa11"}, {"is_deleted", false},       {"ingest_error", nullptr}};
-        return send("POST", "/rest/v1/files?on_conflict=user_id,storage_bucket,storage_key&select=id", row.dump(),
-                    {{"Prefer", "resolution=merge-duplicates,return=representation"}})
-            .parsed()
-            .at(0)
-            .at("id");
+    json rowOf(const std::string& name) {
+        return {{"user_id", userId_}, {"path", name},     {"storage_bucket", "files"}, {"storage_key", keyOf(name)},
+                {"bytes", 5},         {"sha256", digest}, {"is_deleted", false},       {"ingest_error", nullptr}};
     }
+    Reply upsert(const json& rows) {
+        return send("POST", "/rest/v1/files?on_conflict=user_id,storage_bucket,storage_key&select=id", rows.dump(),
+                    {{"Prefer", "resolution=merge-duplicates,return=representation"}});
+    }
+    // Writes a row of `files`, and queues a job for it; return the row's id and the job's status.
+    std::string addFile(const std::string& name) { return upsert(rowOf(name)).parsed().at(0).at("id"); }
     int addJob(const std::string& fileId, const std::string& kind) {
         const json row = {{"user_id", userId_}, {"file_id", fileId}, {"kind", kind}, {"payload", json::object()}};
         return status("POST", "/rest/v1/jobs", row.dump());
+    }
+    // Uploads a file, adds its row, and waits until the worker has ingested it. Returns the row's id.
+    std::string ingest(const std::string& name) {
+        upload(name, "text");
+        const std::string id = addFile(name);
+        EXPECT_EQ(addJob(id, "ingest"), 201);
+        EXPECT_TRUE(project_->worker().settle(patience));
+        return id;
     }
     void change(const std::string& rows, const std::string& changes) {
         EXPECT_EQ(status("PATCH", "/rest/v1/" + rows, changes), 204);

@@ -10,6 +10,9 @@ namespace {
 // The texts of the statements are few and their shapes fixed; the bound only guards against odd requests.
 constexpr std::size_t statementLimit = 256;
 
+// Of all tables in the file. It grows with every change of one.
+constexpr std::int64_t schemaVersion = 1;
+
 Constraint constraintOf(int extendedCode) {
     switch (extendedCode) {
     case SQLITE_CONSTRAINT_UNIQUE:
@@ -88,10 +91,24 @@ Database::Database(const std::filesystem::path& file) {
         fail(fmt::format("cannot open {}", file.string()));
     }
     sqlite3_extended_result_codes(handle, 1);
+    requireVersion(file);
     run("PRAGMA locking_mode = EXCLUSIVE"); // one process at a time anyway, and no lock to take for each statement
     run("PRAGMA journal_mode = WAL");
     run("PRAGMA synchronous = OFF");
     run("PRAGMA foreign_keys = ON");
+}
+
+void Database::requireVersion(const std::filesystem::path& file) {
+    if (run("SELECT 1 FROM sqlite_master LIMIT 1").empty()) {
+        run(fmt::format("PRAGMA user_version = {}", schemaVersion));
+    }
+    if (integerOf(run("PRAGMA user_version").front()[0]) != schemaVersion) {
+        const std::string folder = file.parent_path().string();
+        throw DatabaseError(fmt::format("{} was made by another version of the local project: remove it, and the state "
+                                        "folder of each agent that used it, to start anew",
+                                        folder),
+                            Constraint::none);
+    }
 }
 
 Database::~Database() = default;

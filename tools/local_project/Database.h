@@ -40,7 +40,8 @@ private:
 // to the disk (https://www.sqlite.org/pragma.html#pragma_synchronous): this is the server of tests and benchmarks.
 class Database {
 public:
-    // Opens or makes the file. Throws DatabaseError.
+    // Opens or creates the file. Throws DatabaseError, also for a file whose tables are those of another version of the
+    // local project, which it leaves as it is.
     explicit Database(const std::filesystem::path& file);
     ~Database();
     Database(const Database&) = delete;
@@ -86,6 +87,7 @@ private:
         void operator()(sqlite3_stmt* statement) const;
     };
 
+    void requireVersion(const std::filesystem::path& file);
     sqlite3_stmt* prepared(const std::string& sql);
     [[noreturn]] void fail(const std::string& doing) const;
 

@@ -144,7 +144,16 @@ Response Gateway::route(Request& request) {
     if (isUserRequest) {
         return accounts_.describe(*user);
     }
-    return isUpload(request) ? objects_.answer(request, *user) : tables_.answer(request, *user);
+    return isUpload(request) ? store(request, *user) : tables_.answer(request, *user);
+}
+
+// A deployed storage service refuses with 400 whatever it is; `statusCode` in the body tells why.
+Response Gateway::store(const Request& request, const User& user) {
+    Response response = objects_.answer(request, user);
+    if (options_.profile == RefusalProfile::deployed && response.status / 100 == 4) {
+        response.status = 400;
+    }
+    return response;
 }
 
 Response Gateway::refusedToken(const Request& request) const {

@@ -28,6 +28,7 @@ private:
     [[nodiscard]] Answer answerBroken(const Fault& fault, Request& request);
     [[nodiscard]] Answer answerStalled(const Fault& fault, Request& request);
     [[nodiscard]] Response route(Request& request);
+    [[nodiscard]] Response store(const Request& request, const User& user);
     [[nodiscard]] Response refusedToken(const Request& request) const;
 
     const Options& options_;

@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view pathPrefix = "/storage/v1/object/";
+constexpr std::string_view onlyBucket = "files";
 constexpr std::size_t writeSize = std::size_t{256} << 10U;
 
 Response stored(const StoredObject& object) {
@@ -96,15 +97,17 @@ Response ObjectStore::answer(const Request& request, const User& user) {
 
 std::optional<Response> ObjectStore::refusalFor(const Request& request, const std::string& bucket,
                                                 const std::string& key, const User& user) {
-    if (bucket.empty() || key.empty() || key.ends_with('/')) {
+    if (bucket != onlyBucket) {
+        return storageRefusal(404, "Bucket not found", "Bucket not found");
+    }
+    if (key.empty() || key.ends_with('/')) {
         return storageRefusal(400, "InvalidKey", fmt::format("Invalid key: {}", key));
     }
-    const auto rows = database_.run("SELECT user_id FROM objects WHERE bucket = ? AND key = ?", {bucket, key});
-    if (!rows.empty() && request.head.header("x-upsert") != "true") {
-        return storageRefusal(409, "Duplicate", "The resource already exists");
-    }
-    if (!rows.empty() && textOf(rows.front()[0]) != user.id) {
+    if (!key.starts_with(fmt::format("user-{}/", user.id))) {
         return storageRefusal(403, "Unauthorized", "new row violates row-level security policy");
+    }
+    if (request.head.header("x-upsert") != "true" && find(bucket, key)) {
+        return storageRefusal(409, "Duplicate", "The resource already exists");
     }
     return std::nullopt;
 }

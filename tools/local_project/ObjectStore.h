@@ -31,7 +31,8 @@ public:
     // Keeps its files in `folder`; removes there what no row names, the rests of a run that was killed.
     ObjectStore(Database& database, std::filesystem::path folder, Clock clock);
 
-    // Answers POST /storage/v1/object/<bucket>/<key>, the body going to the disk as it comes in.
+    // Answers POST /storage/v1/object/<bucket>/<key>, the body going to the disk as it comes in. There is one bucket,
+    // `files`, and each user writes below the folder user-<id> alone.
     [[nodiscard]] Response answer(const Request& request, const User& user);
 
     [[nodiscard]] std::optional<StoredObject> find(const std::string& bucket, const std::string& key);

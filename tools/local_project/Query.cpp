@@ -12,7 +12,7 @@ namespace local_project {
 namespace {
 
 RequestError badQuery(const std::string& message) {
-    return {refusal(400, "bad_query", message)};
+    return {tableRefusal(400, "bad_query", message)};
 }
 
 std::vector<std::string> split(const std::string& text, char separator) {
@@ -147,7 +147,7 @@ void Query::readConflictKey(const std::string& list) {
     };
     if (std::ranges::none_of(table_.uniqueKeys, isSameKey)) {
         throw RequestError{
-            refusal(400, "42P10", fmt::format("no unique key of {} has the columns {}", table_.name, list))};
+            tableRefusal(400, "42P10", fmt::format("no unique key of {} has the columns {}", table_.name, list))};
     }
 }
 

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -22,6 +24,8 @@ std::string_view nameOf(ColumnType type) {
         return "uuid";
     case ColumnType::text:
         return "text";
+    case ColumnType::integer:
+        return "integer";
     case ColumnType::bigint:
         return "bigint";
     case ColumnType::boolean:
@@ -34,14 +38,34 @@ std::string_view nameOf(ColumnType type) {
     return "";
 }
 
+bool isWholeNumber(ColumnType type) {
+    return type == ColumnType::integer || type == ColumnType::bigint;
+}
+
 std::string_view storageOf(ColumnType type) {
-    return type == ColumnType::bigint || type == ColumnType::boolean ? "INTEGER" : "TEXT";
+    return isWholeNumber(type) || type == ColumnType::boolean ? "INTEGER" : "TEXT";
 }
 
 RequestError wrongType(const Column& column, const std::string& shown) {
-    return {refusal(
+    return {tableRefusal(
         400, "22P02",
         fmt::format("invalid input syntax for type {} in column \"{}\": {}", nameOf(column.type), column.name, shown))};
+}
+
+template <typename Number>
+bool isInRangeOf(const json& value) {
+    return value.is_number_unsigned() ? std::in_range<Number>(value.get<std::uint64_t>())
+                                      : std::in_range<Number>(value.get<std::int64_t>());
+}
+
+Value wholeNumberOf(const Column& column, const json& value) {
+    const bool isInRange =
+        column.type == ColumnType::integer ? isInRangeOf<std::int32_t>(value) : isInRangeOf<std::int64_t>(value);
+    if (!isInRange) {
+        throw RequestError{tableRefusal(
+            400, "22003", fmt::format("value \"{}\" is out of range for type {}", textOf(value), nameOf(column.type)))};
+    }
+    return value.get<std::int64_t>();
 }
 
 std::optional<std::string> uuidOf(std::string text) {
@@ -70,38 +94,45 @@ std::optional<Value> fromText(ColumnType type, const std::string& text) {
     if (type == ColumnType::timestamp) {
         return normalisedTimestamp(text);
     }
-    return type == ColumnType::text ? std::optional<Value>(text) : std::nullopt;
+    return type == ColumnType::text && !text.contains('\0') ? std::optional<Value>(text) : std::nullopt;
 }
 
-std::optional<Value> fromJson(ColumnType type, const json& value) {
-    switch (type) {
+std::optional<Value> fromJson(const Column& column, const json& value) {
+    switch (column.type) {
+    case ColumnType::integer:
     case ColumnType::bigint:
-        return value.is_number_integer() ? std::optional<Value>(value.get<std::int64_t>()) : std::nullopt;
+        return value.is_number_integer() ? std::optional(wholeNumberOf(column, value)) : std::nullopt;
     case ColumnType::boolean:
         return value.is_boolean() ? std::optional<Value>(std::int64_t{value.get<bool>()}) : std::nullopt;
     case ColumnType::json:
         return textOf(value);
     default:
-        return value.is_string() ? fromText(type, value.get<std::string>()) : std::nullopt;
+        return value.is_string() ? fromText(column.type, value.get<std::string>()) : std::nullopt;
     }
 }
 
 } // namespace
 
+Response tableRefusal(int status, const std::string& code, const std::string& message) {
+    return jsonResponse(status, {{"code", code}, {"message", message}, {"details", nullptr}, {"hint", nullptr}});
+}
+
 const Column& Table::column(std::string_view wanted) const {
     const auto found = std::ranges::find(columns, wanted, &Column::name);
     if (found == columns.end()) {
-        throw RequestError{refusal(400, "42703", fmt::format("column {}.{} does not exist", name, wanted))};
+        throw RequestError{tableRefusal(400, "42703", fmt::format("column {}.{} does not exist", name, wanted))};
     }
     return *found;
 }
 
 const std::vector<Table>& hostedTables() {
     using enum ColumnType;
+    static const std::vector<std::string> ofFile = {"user_id", "storage_bucket", "storage_key", "path",        "bytes",
+                                                    "mime",    "sha256",         "is_deleted",  "ingest_error"};
     static const std::vector<Table> tables = {
         {"files",
          {{"id", uuid, "PRIMARY KEY NOT NULL"},
-          {"user_id", uuid, "NOT NULL"},
+          {"user_id", uuid, "NOT NULL REFERENCES users(id) ON DELETE CASCADE"},
           {"storage_bucket", text, "NOT NULL"},
           {"storage_key", text, "NOT NULL"},
           {"sha256", text, ""},
@@ -114,19 +145,28 @@ const std::vector<Table>& hostedTables() {
           {"ingested_at", timestamp, ""},
           {"created_at", timestamp, "NOT NULL"},
           {"updated_at", timestamp, "NOT NULL"}},
-         {{"id"}, {"user_id", "storage_bucket", "storage_key"}}},
+         {{"id"}, {"user_id", "storage_bucket", "storage_key"}},
+         {"CONSTRAINT files_check CHECK (instr(storage_key, 'user-' || user_id || '/') = 1)",
+          "CONSTRAINT files_bytes_check CHECK (bytes >= 0)",
+          "CONSTRAINT files_sha256_check CHECK (length(sha256) = 64 AND sha256 NOT GLOB '*[^0-9a-f]*')"},
+         ofFile,
+         ofFile},
         {"jobs",
          {{"id", uuid, "PRIMARY KEY NOT NULL"},
-          {"user_id", uuid, "NOT NULL"},
-          {"file_id", uuid, "REFERENCES files(id)"},
+          {"user_id", uuid, "NOT NULL REFERENCES users(id) ON DELETE CASCADE"},
+          {"file_id", uuid, "REFERENCES files(id) ON DELETE CASCADE"},
           {"kind", text, "NOT NULL"},
           {"payload", ColumnType::json, "NOT NULL DEFAULT '{}'"},
           {"status", text, "NOT NULL DEFAULT 'queued'"},
-          {"attempts", bigint, "NOT NULL DEFAULT 0"},
+          {"attempts", integer, "NOT NULL DEFAULT 0"},
           {"error", text, ""},
           {"created_at", timestamp, "NOT NULL"},
           {"updated_at", timestamp, "NOT NULL"}},
-         {{"id"}}},
+         {{"id"}},
+         {"CONSTRAINT jobs_status_check CHECK (status IN ('queued', 'running', 'done', 'error'))",
+          "CONSTRAINT jobs_attempts_check CHECK (attempts >= 0)"},
+         {"user_id", "file_id", "kind", "payload"},
+         {"status", "attempts", "error"}},
     };
     return tables;
 }
@@ -134,13 +174,14 @@ const std::vector<Table>& hostedTables() {
 void createTables(Database& database) {
     for (const Table& table : hostedTables()) {
         std::vector<std::string> lines;
-        lines.reserve(table.columns.size() + table.uniqueKeys.size());
+        lines.reserve(table.columns.size() + table.uniqueKeys.size() + table.checks.size());
         for (const Column& column : table.columns) {
             lines.push_back(fmt::format("{} {} {}", column.name, storageOf(column.type), column.definition));
         }
         for (const auto& key : table.uniqueKeys) {
             lines.push_back(fmt::format("UNIQUE({})", fmt::join(key, ", ")));
         }
+        std::ranges::copy(table.checks, std::back_inserter(lines));
         database.run(fmt::format("CREATE TABLE IF NOT EXISTS {}({})", table.name, fmt::join(lines, ", ")));
     }
     database.run("CREATE INDEX IF NOT EXISTS jobs_by_status ON jobs(status)");
@@ -151,7 +192,7 @@ Value storedValue(const Column& column, const json& value) {
     if (value.is_null()) {
         return std::monostate{};
     }
-    const auto stored = fromJson(column.type, value);
+    const auto stored = fromJson(column, value);
     if (!stored) {
         throw wrongType(column, textOf(value));
     }
@@ -160,7 +201,7 @@ Value storedValue(const Column& column, const json& value) {
 
 Value comparedValue(const Column& column, const std::string& text) {
     std::optional<Value> value = fromText(column.type, text);
-    if (column.type == ColumnType::bigint) {
+    if (isWholeNumber(column.type)) {
         value = integerIn(text);
     } else if (column.type == ColumnType::boolean && (text == "true" || text == "false")) {
         value = std::int64_t{text == "true"};
@@ -176,6 +217,7 @@ json sentValue(const Column& column, const Value& value) {
         return nullptr;
     }
     switch (column.type) {
+    case ColumnType::integer:
     case ColumnType::bigint:
         return integerOf(value);
     case ColumnType::boolean:

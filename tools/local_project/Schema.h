@@ -11,7 +11,7 @@
 
 namespace local_project {
 
-enum class ColumnType { uuid, text, bigint, boolean, json, timestamp };
+enum class ColumnType { uuid, text, integer, bigint, boolean, json, timestamp };
 
 struct Column {
     std::string name;
@@ -23,6 +23,9 @@ struct Table {
     std::string name;
     std::vector<Column> columns;
     std::vector<std::vector<std::string>> uniqueKeys;
+    std::vector<std::string> checks;     // the SQL of each table constraint
+    std::vector<std::string> insertable; // the columns that a user may set in a new row
+    std::vector<std::string> updatable;  // the columns that a user may change
 
     // Throws RequestError where there is no such column.
     [[nodiscard]] const Column& column(std::string_view wanted) const;
@@ -33,14 +36,18 @@ struct RequestError {
     Response response;
 };
 
-// `files` and `jobs`.
+// A refusal in the form of the table service: `code`, `message`, and `details` and `hint`, which are always null here.
+[[nodiscard]] Response tableRefusal(int status, const std::string& code, const std::string& message);
+
+// `files` and `jobs`, with the constraints and column grants of docs/hosted-project.sql.
 [[nodiscard]] const std::vector<Table>& hostedTables();
 
-// Makes the tables that are missing.
+// Creates the tables that are missing. They refer to `users`, which must exist by the first insert.
 void createTables(Database& database);
 
 // A JSON value as it is stored in a column, and the text of a filter likewise. Throw RequestError for a value of
-// another type: an integer is no text, a fraction no integer, and only the form of a UUID is one.
+// another type: an integer is no text, a fraction no integer, only the form of a UUID is one, and a text has no zero
+// byte.
 [[nodiscard]] Value storedValue(const Column& column, const nlohmann::json& value);
 [[nodiscard]] Value comparedValue(const Column& column, const std::string& text);
 

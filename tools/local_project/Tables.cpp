@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <optional>
+#include <ranges>
 #include <regex>
 
 #include <fmt/format.h>
@@ -27,7 +29,7 @@ const Table& tableOf(const std::string& path) {
     const auto& tables = hostedTables();
     const auto found = std::ranges::find(tables, path.substr(pathPrefix.size()), &Table::name);
     if (found == tables.end()) {
-        throw RequestError{refusal(404, "42P01", fmt::format("there is no table for {}", path))};
+        throw RequestError{tableRefusal(404, "42P01", fmt::format("there is no table for {}", path))};
     }
     return *found;
 }
@@ -80,28 +82,49 @@ std::string contentRange(const Window& window, std::size_t rows, std::optional<s
 json bodyOf(const Request& request) {
     json body = json::parse(request.text, nullptr, false);
     if (!body.is_object() && !body.is_array()) {
-        throw RequestError{refusal(400, "bad_json", "the body is no JSON object or array")};
+        throw RequestError{tableRefusal(400, "bad_json", "the body is no JSON object or array")};
     }
     return body;
 }
 
-void requireOwn(const json& row, const User& user, const Table& table) {
-    const auto owner = row.find("user_id");
-    if (owner != row.end() && owner->is_string() && *owner != user.id) {
-        throw RequestError{refusal(
-            403, "42501", fmt::format("new row violates row-level security policy for table \"{}\"", table.name))};
+RequestError lacksPermission(const Table& table) {
+    return {tableRefusal(403, "42501", fmt::format("permission denied for table {}", table.name))};
+}
+
+RequestError violatesPolicy(const Table& table) {
+    return {tableRefusal(403, "42501",
+                         fmt::format("new row violates row-level security policy for table \"{}\"", table.name))};
+}
+
+void requireGranted(const Table& table, const json& row, const std::vector<std::string>& granted) {
+    for (const auto& item : row.items()) {
+        if (std::ranges::find(granted, table.column(item.key()).name) == granted.end()) {
+            throw lacksPermission(table);
+        }
     }
 }
 
-// Turns an insert into an update of the row in conflict, in the columns that were sent and of one's own row only.
-std::string mergeClause(const Table& table, const Query& query, const json& row) {
+Values storedValues(const Table& table, const json& row) {
+    Values values;
+    for (const auto& item : row.items()) {
+        values.emplace(item.key(), storedValue(table.column(item.key()), item.value()));
+    }
+    return values;
+}
+
+std::vector<Value> argumentsOf(const Values& values) {
+    return {std::views::values(values).begin(), std::views::values(values).end()};
+}
+
+// Turns an insert into an update of the row in conflict, in the columns that were sent. That row is the user's own:
+// the key holds the user, or it is the id, which a user cannot choose.
+std::string mergeClause(const Query& query, const json& row) {
     std::vector<std::string> updates = {"updated_at = excluded.updated_at"};
     for (const auto& item : row.items()) {
         updates.push_back(fmt::format("{0} = excluded.{0}", item.key()));
     }
     const auto key = query.conflictKey().empty() ? std::vector<std::string>{"id"} : query.conflictKey();
-    return fmt::format(" ON CONFLICT({}) DO UPDATE SET {} WHERE {}.user_id = ?", fmt::join(key, ", "),
-                       fmt::join(updates, ", "), table.name);
+    return fmt::format(" ON CONFLICT({}) DO UPDATE SET {}", fmt::join(key, ", "), fmt::join(updates, ", "));
 }
 
 // One row as itself, where that was asked for.
@@ -112,27 +135,35 @@ Response inAskedForm(const Request& request, Response response) {
     }
     const json rows = json::parse(response.body);
     if (rows.size() != 1) {
-        throw RequestError{refusal(406, "PGRST116", fmt::format("the result contains {} rows", rows.size()))};
+        throw RequestError{tableRefusal(406, "PGRST116", fmt::format("the result contains {} rows", rows.size()))};
     }
     response.body = textOf(rows[0]);
     response.contentType = oneObject;
     return response;
 }
 
+// What SQLite names last in its words: a constraint, or columns as "table.column".
+std::string subjectOf(const DatabaseError& error) {
+    const std::string words = error.what();
+    return words.substr(words.rfind(": ") + 2);
+}
+
 Response constraintRefusal(const DatabaseError& error) {
     switch (error.constraint()) {
     case Constraint::unique:
-        return refusal(409, "23505", error.what());
+        return tableRefusal(409, "23505",
+                            fmt::format("duplicate key value violates unique constraint on {}", subjectOf(error)));
     case Constraint::foreignKey:
-        return refusal(409, "23503", error.what());
+        return tableRefusal(409, "23503", error.what());
     case Constraint::notNull:
-        return refusal(400, "23502", error.what());
+        return tableRefusal(400, "23502",
+                            fmt::format("null value in column {} violates not-null constraint", subjectOf(error)));
     case Constraint::check:
-        return refusal(400, "23514", error.what());
+        return tableRefusal(400, "23514", fmt::format("new row violates check constraint \"{}\"", subjectOf(error)));
     case Constraint::none:
         break;
     }
-    return refusal(500, "XX000", error.what());
+    return tableRefusal(500, "XX000", error.what());
 }
 
 } // namespace
@@ -153,11 +184,14 @@ Tables::Preferences Tables::preferencesOf(const Request& request) {
 Response Tables::answer(const Request& request, const User& user) {
     try {
         const Table& table = tableOf(request.path);
+        if (request.head.method == "DELETE") {
+            throw lacksPermission(table);
+        }
         if (request.head.method == "GET" || request.head.method == "HEAD") {
             return inAskedForm(request, read(table, request, user));
         }
         if (request.head.method != "POST" && request.head.method != "PATCH") {
-            return refusal(405, "bad_method", "rows are read by GET, added by POST and changed by PATCH");
+            return tableRefusal(405, "bad_method", "rows are read by GET, added by POST and changed by PATCH");
         }
         Response response = database_.inTransaction([&] {
             return inAskedForm(request, request.head.method == "POST" ? insert(table, request, user)
@@ -188,8 +222,8 @@ Response Tables::read(const Table& table, const Request& request, const User& us
     const auto records = database_.run(
         fmt::format("SELECT {}{}{} LIMIT ? OFFSET ?", namesOf(query.selected()), from, query.order()), arguments);
     if (total && window.offset > 0 && window.offset >= *total) {
-        return refusal(416, "bad_range",
-                       fmt::format("an offset of {} was requested, but there are {} rows", window.offset, *total));
+        return tableRefusal(416, "bad_range",
+                            fmt::format("an offset of {} was requested, but there are {} rows", window.offset, *total));
     }
     Response response = jsonResponse(200, rowsJson(query.selected(), records));
     response.headers.emplace_back("Content-Range", contentRange(window, records.size(), total));
@@ -214,50 +248,54 @@ Response Tables::insert(const Table& table, const Request& request, const User& 
 Record Tables::insertRow(const Table& table, const Query& query, const json& row, const Preferences& preferences,
                          const User& user) {
     if (!row.is_object()) {
-        throw RequestError{refusal(400, "bad_json", "a row is a JSON object")};
+        throw RequestError{tableRefusal(400, "bad_json", "a row is a JSON object")};
     }
-    requireOwn(row, user, table);
-    const std::string now = timestampOf(clock_());
-    json whole = {{"id", randomUuid()}, {"created_at", now}, {"updated_at", now}};
-    whole.update(row);
-    std::vector<std::string> names;
-    std::vector<Value> values;
-    for (const auto& [name, value] : whole.items()) {
-        values.push_back(storedValue(table.column(name), value));
-        names.push_back(name);
-    }
-    std::string sql = fmt::format("INSERT INTO {}({}) VALUES({})", table.name, fmt::join(names, ", "),
-                                  fmt::join(std::vector<std::string>(names.size(), "?"), ", "));
+    requireGranted(table, row, table.insertable);
     if (preferences.mergesDuplicates) {
-        sql += mergeClause(table, query, row);
-        values.emplace_back(user.id);
+        requireGranted(table, row, table.updatable);
     }
-    const auto inserted = database_.run(fmt::format("{} RETURNING {}", sql, namesOf(query.selected())), values);
-    if (inserted.empty()) {
-        throw RequestError{refusal(403, "42501", "the row in conflict belongs to another user")};
+    Values values = storedValues(table, row);
+    requirePermitted(table, values, user);
+    const std::string now = timestampOf(clock_());
+    values.insert({{"id", randomUuid()}, {"created_at", now}, {"updated_at", now}});
+    const std::string merge = preferences.mergesDuplicates ? mergeClause(query, row) : "";
+    return database_
+        .run(fmt::format(
+                 "INSERT INTO {}({}) VALUES({}){} RETURNING {}", table.name, fmt::join(std::views::keys(values), ", "),
+                 fmt::join(std::vector<std::string>(values.size(), "?"), ", "), merge, namesOf(query.selected())),
+             argumentsOf(values))
+        .front();
+}
+
+void Tables::requirePermitted(const Table& table, Values values, const User& user) {
+    const auto ownsFile = [&] {
+        return !database_.run("SELECT 1 FROM files WHERE id = ? AND user_id = ?", {values["file_id"], Value(user.id)})
+                    .empty();
+    };
+    if (values["user_id"] != Value(user.id) || (table.name == "jobs" && !ownsFile())) {
+        throw violatesPolicy(table);
     }
-    return inserted.front();
 }
 
 Response Tables::update(const Table& table, const Request& request, const User& user) {
     const Query query(table, request.head.query());
     const Preferences preferences = preferencesOf(request);
-    json changes = bodyOf(request);
+    const json changes = bodyOf(request);
     if (!changes.is_object()) {
-        throw RequestError{refusal(400, "bad_json", "the body is no JSON object")};
+        throw RequestError{tableRefusal(400, "bad_json", "the body is no JSON object")};
     }
-    requireOwn(changes, user, table);
-    changes.emplace("updated_at", timestampOf(clock_()));
-    std::vector<std::string> assignments;
-    std::vector<Value> arguments;
-    for (const auto& [name, value] : changes.items()) {
-        assignments.push_back(fmt::format("{} = ?", table.column(name).name));
-        arguments.push_back(storedValue(table.column(name), value));
+    requireGranted(table, changes, table.updatable);
+    Values values = storedValues(table, changes);
+    if (values.contains("user_id") && values["user_id"] != Value(user.id)) {
+        throw violatesPolicy(table);
     }
+    values.emplace("updated_at", timestampOf(clock_()));
+    std::vector<Value> arguments = argumentsOf(values);
     const std::string where = query.where(user.id, arguments);
-    const auto changed = database_.run(fmt::format("UPDATE {} SET {}{} RETURNING {}", table.name,
-                                                   fmt::join(assignments, ", "), where, namesOf(query.selected())),
-                                       arguments);
+    const auto changed =
+        database_.run(fmt::format("UPDATE {} SET {} = ?{} RETURNING {}", table.name,
+                                  fmt::join(std::views::keys(values), " = ?, "), where, namesOf(query.selected())),
+                      arguments);
     return preferences.returnsRows ? jsonResponse(200, rowsJson(query.selected(), changed)) : Response{.status = 204};
 }
 

@@ -5,11 +5,15 @@
 #include "local_project/Query.h"
 
 #include <functional>
+#include <map>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
 namespace local_project {
+
+// The values of a row, by column.
+using Values = std::map<std::string, Value>;
 
 // The table service: rows of `files` and `jobs` over HTTP, each user seeing and writing their own alone. May be used
 // from any thread; a request is one transaction.
@@ -18,7 +22,8 @@ public:
     // `jobsChanged` is called after every change of `jobs`.
     Tables(Database& database, Clock clock, std::function<void()> jobsChanged);
 
-    // Answers GET, POST and PATCH of /rest/v1/<table> on behalf of `user`.
+    // Answers GET, POST and PATCH of /rest/v1/<table> on behalf of `user`, and refuses what docs/hosted-project.sql
+    // refuses a signed-in user.
     [[nodiscard]] Response answer(const Request& request, const User& user);
 
     // Every row of a table, whoever owns it, oldest first.
@@ -37,6 +42,9 @@ private:
     [[nodiscard]] Response update(const Table& table, const Request& request, const User& user);
     Record insertRow(const Table& table, const Query& query, const nlohmann::json& row, const Preferences& preferences,
                      const User& user);
+    // The policies for a new row: it is the user's own, and a job belongs to a file of the same user. Throws
+    // RequestError.
+    void requirePermitted(const Table& table, Values values, const User& user);
 
     Database& database_;
     Clock clock_;
