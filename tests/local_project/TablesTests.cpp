@@ -67,7 +67,9 @@ TEST_F(TablesTest, MergeADuplicateAndKeepWhatWasLeftOut) {
     now_ += std::chrono::seconds(5);
     json changed = rowOf("a.txt");
     changed["sha256"] = std::string(64, 'b');
-    EXPECT_EQ(upsert(changed).parsed().at(0)["id"], id);
+    const Reply merged = upsert(changed);
+    EXPECT_EQ(merged.status, 200);
+    EXPECT_EQ(merged.parsed().at(0)["id"], id);
     const json row = only("files");
     EXPECT_EQ(row["sha256"], changed["sha256"]);
     EXPECT_EQ(row["ingested_sha256"], digest);
@@ -75,6 +77,7 @@ TEST_F(TablesTest, MergeADuplicateAndKeepWhatWasLeftOut) {
     EXPECT_EQ(row["ingest_error"], nullptr);
     EXPECT_EQ(row["created_at"], "2024-05-01T10:20:30.000000+00:00");
     EXPECT_EQ(row["updated_at"], "2024-05-01T10:20:35.000000+00:00");
+    EXPECT_EQ(upsert(json::array({rowOf("a.txt"), rowOf("b.txt")})).status, 201) << "one of them is new";
 }
 
 TEST_F(TablesTest, RefuseWhatAQueryCannotMean) {

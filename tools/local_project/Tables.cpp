@@ -238,15 +238,20 @@ Response Tables::insert(const Table& table, const Request& request, const User& 
     const Preferences preferences = preferencesOf(request);
     json body = bodyOf(request);
     const json rows = body.is_array() ? std::move(body) : json::array({std::move(body)});
-    std::vector<Record> inserted;
+    std::vector<Record> records;
+    bool areAllMerged = preferences.mergesDuplicates;
     for (const json& row : rows) {
-        inserted.push_back(insertRow(table, query, row, preferences, user));
+        Written written = writeRow(table, query, row, preferences, user);
+        areAllMerged = areAllMerged && !written.isNew;
+        records.push_back(std::move(written.record));
     }
-    return preferences.returnsRows ? jsonResponse(201, rowsJson(query.selected(), inserted)) : Response{.status = 201};
+    const int status = areAllMerged ? 200 : 201;
+    return preferences.returnsRows ? jsonResponse(status, rowsJson(query.selected(), records))
+                                   : Response{.status = status};
 }
 
-Record Tables::insertRow(const Table& table, const Query& query, const json& row, const Preferences& preferences,
-                         const User& user) {
+Tables::Written Tables::writeRow(const Table& table, const Query& query, const json& row,
+                                 const Preferences& preferences, const User& user) {
     if (!row.is_object()) {
         throw RequestError{tableRefusal(400, "bad_json", "a row is a JSON object")};
     }
@@ -257,14 +262,16 @@ Record Tables::insertRow(const Table& table, const Query& query, const json& row
     Values values = storedValues(table, row);
     requirePermitted(table, values, user);
     const std::string now = timestampOf(clock_());
-    values.insert({{"id", randomUuid()}, {"created_at", now}, {"updated_at", now}});
+    const Value id = randomUuid();
+    values.insert({{"id", id}, {"created_at", now}, {"updated_at", now}});
     const std::string merge = preferences.mergesDuplicates ? mergeClause(query, row) : "";
-    return database_
-        .run(fmt::format(
-                 "INSERT INTO {}({}) VALUES({}){} RETURNING {}", table.name, fmt::join(std::views::keys(values), ", "),
-                 fmt::join(std::vector<std::string>(values.size(), "?"), ", "), merge, namesOf(query.selected())),
-             argumentsOf(values))
-        .front();
+    const std::string sql = fmt::format(
+        "INSERT INTO {}({}) VALUES({}){} RETURNING {}, id", table.name, fmt::join(std::views::keys(values), ", "),
+        fmt::join(std::vector<std::string>(values.size(), "?"), ", "), merge, namesOf(query.selected()));
+    Record record = database_.run(sql, argumentsOf(values)).front();
+    const bool isNew = record.back() == id; // a row that was merged keeps its own
+    record.pop_back();
+    return {.record = std::move(record), .isNew = isNew};
 }
 
 void Tables::requirePermitted(const Table& table, Values values, const User& user) {

@@ -35,12 +35,17 @@ private:
         bool returnsRows = false;
         bool mergesDuplicates = false;
     };
+    // What became of a row that was sent.
+    struct Written {
+        Record record; // the selected columns
+        bool isNew = true;
+    };
 
     [[nodiscard]] static Preferences preferencesOf(const Request& request);
     [[nodiscard]] Response read(const Table& table, const Request& request, const User& user);
     [[nodiscard]] Response insert(const Table& table, const Request& request, const User& user);
     [[nodiscard]] Response update(const Table& table, const Request& request, const User& user);
-    Record insertRow(const Table& table, const Query& query, const nlohmann::json& row, const Preferences& preferences,
+    Written writeRow(const Table& table, const Query& query, const nlohmann::json& row, const Preferences& preferences,
                      const User& user);
     // The policies for a new row: it is the user's own, and a job belongs to a file of the same user. Throws
     // RequestError.

@@ -276,7 +276,8 @@ platform::HttpResponse InProcessProject::upsertFile(const platform::HttpRequest&
     }
     workedOn_ = body.at("storage_key");
     File& file = files[workedOn_];
-    if (file.id.empty()) {
+    const bool isNew = file.id.empty();
+    if (isNew) {
         file.id = "file-" + std::to_string(++lastID_);
     }
     file.userID = body.at("user_id");
@@ -286,7 +287,7 @@ platform::HttpResponse InProcessProject::upsertFile(const platform::HttpRequest&
     file.mime = body.at("mime");
     file.sha256 = body.at("sha256");
     file.isDeleted = body.at("is_deleted");
-    return reply(201, json::array({row(file)}));
+    return reply(isNew ? 201 : 200, json::array({row(file)}));
 }
 
 } // namespace veskline::testing
