@@ -24,8 +24,10 @@ async function answer(question) {
   return count ?? data
 }
 
+const clientOf = url => createClient(url, 'local-anon-key', { auth: { persistSession: false, autoRefreshToken: false } })
+
 async function run(url) {
-  const client = createClient(url, 'local-anon-key', { auth: { persistSession: false, autoRefreshToken: false } })
+  const client = clientOf(url)
 
   const refused = await client.auth.signInWithPassword({ email, password: 'a guess' })
   assert.deepEqual([refused.error.name, refused.error.status], ['AuthApiError', 400])
@@ -45,11 +47,14 @@ async function run(url) {
 
   const row = { user_id: user.id, storage_bucket: 'files', storage_key, path: 'note.txt', bytes: content.length,
     mime: 'text/plain', sha256, is_deleted: false, ingest_error: null }
-  const upserted = () => answer(client.from('files')
-    .upsert(row, { onConflict: 'user_id,storage_bucket,storage_key' }).select().single())
-  const file = await upserted()
-  assert.equal(file.sha256, sha256)
-  assert.equal((await upserted()).id, file.id, 'a second upsert is an update')
+  const upsert = () => client.from('files')
+    .upsert(row, { onConflict: 'user_id,storage_bucket,storage_key' }).select().single()
+  const { data: file, ...first } = await upsert()
+  assert.deepEqual([first.error, first.status, file.sha256], [null, 201, sha256])
+  const second = await upsert()
+  assert.deepEqual([second.status, second.data.id], [200, file.id], 'a second upsert is an update')
+  const crooked = await client.from('files').update({ sha256: 'skipped' }).eq('id', file.id)
+  assert.deepEqual([crooked.status, crooked.error.code], [400, '23514'])
   const foreign = await client.from('files').insert({ ...row, user_id: randomUUID() })
   assert.notEqual(foreign.error, null, 'a row of another user')
   const unknown = await client.from('files').select('nonsense')
@@ -77,12 +82,27 @@ async function run(url) {
   assert.equal((await answer(client.auth.signUp({ email: 'ben@example.com', password }))).user.email, 'ben@example.com')
 }
 
+// Signing out, with two sessions of one user. The client hides a refusal of the token, so the tokens are tried afterwards.
+async function signOuts(url) {
+  const credentials = { email, password }
+  for (const [scope, first, second] of [['local', false, true], ['others', true, false], ['global', false, false]]) {
+    const [one, other] = [clientOf(url), clientOf(url)]
+    const { session } = await answer(one.auth.signInWithPassword(credentials))
+    await answer(other.auth.signInWithPassword(credentials))
+    assert.equal((await one.auth.signOut({ scope })).error, null)
+    const isKnown = async (client, token) => (await client.auth.getUser(token)).error === null
+    assert.deepEqual([await isKnown(one, session.access_token), await isKnown(other)], [first, second], scope)
+  }
+}
+
 const folder = mkdtempSync(join(tmpdir(), 'veskline-client-'))
 const project = spawn(process.argv[2], ['--data', join(folder, 'data'), '--user', `${email}:${password}`],
   { stdio: ['ignore', 'pipe', 'inherit'] })
 try {
   const { value: line } = await createInterface({ input: project.stdout })[Symbol.asyncIterator]().next()
-  await run(line.split(' ').at(-1))
+  const url = line.split(' ').at(-1)
+  await run(url)
+  await signOuts(url)
   console.log('The hosted stack\'s own client is content with the local project.')
 } finally {
   project.kill()

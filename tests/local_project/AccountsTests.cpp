@@ -1,5 +1,7 @@
 #include "local_project/ProjectFixture.h"
 
+#include <utility>
+
 namespace local_project {
 
 namespace {
@@ -52,6 +54,39 @@ TEST_F(AccountsTest, RefusesAnExpiredTokenAsTheProfileSays) {
         now_ += std::chrono::seconds(1);
         EXPECT_EQ(statusesOfAllFamilies(), statuses);
     }
+}
+
+TEST_F(AccountsTest, EndsTheSessionsThatTheScopeNames) {
+    run();
+    ASSERT_EQ(status("POST", "/auth/v1/logout"), 204);
+    EXPECT_EQ(status("POST", "/auth/v1/logout"), 401) << "the token is gone";
+    const std::tuple<std::string, int, int, int> cases[] = {
+        // the scope, and what its own access token, its own renewed and the other session get afterwards
+        {"", 401, 401, 401},
+        {"?scope=global", 401, 401, 401},
+        {"?scope=local", 401, 401, 200},
+        {"?scope=others", 200, 200, 401},
+    };
+    for (const auto& [scope, own, renewed, other] : cases) {
+        signIn("bob@example.com");
+        const std::string bobs = accessToken_;
+        signIn("ada@example.com");
+        const std::string first = accessToken_;
+        const std::string later = refresh(refreshToken_).parsed()["access_token"];
+        signIn("ada@example.com");
+        const auto statusWith = [&](const std::string& token) {
+            accessToken_ = token;
+            return status("GET", "/auth/v1/user");
+        };
+        const std::string second = std::exchange(accessToken_, first);
+        ASSERT_EQ(status("POST", "/auth/v1/logout" + scope), 204) << scope;
+        EXPECT_EQ((std::vector{statusWith(first), statusWith(later), statusWith(second), statusWith(bobs)}),
+                  (std::vector{own, renewed, other, 200}))
+            << scope;
+        EXPECT_EQ(refresh(refreshToken_).status, other == 200 ? 200 : 400) << scope;
+    }
+    EXPECT_EQ(status("POST", "/auth/v1/logout?scope=mine"), 400);
+    EXPECT_EQ(status("GET", "/auth/v1/user"), 200);
 }
 
 TEST_F(AccountsTest, SignsUpWithASessionOrAfterConfirmation) {

@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
+
+#include <fmt/format.h>
 
 namespace local_project {
 
@@ -39,9 +42,10 @@ Accounts::Accounts(Database& database, const Options& options) : database_(datab
     database_.run("CREATE TABLE IF NOT EXISTS users(id TEXT PRIMARY KEY, email TEXT NOT NULL UNIQUE, "
                   "salt TEXT NOT NULL, password TEXT NOT NULL, confirmed INTEGER NOT NULL, created_at TEXT NOT NULL)");
     database_.run("CREATE TABLE IF NOT EXISTS access_tokens(digest TEXT PRIMARY KEY, "
-                  "user_id TEXT NOT NULL REFERENCES users(id), expires_at INTEGER NOT NULL)");
+                  "user_id TEXT NOT NULL REFERENCES users(id), session TEXT NOT NULL, expires_at INTEGER NOT NULL)");
     database_.run("CREATE TABLE IF NOT EXISTS refresh_tokens(digest TEXT PRIMARY KEY, "
-                  "user_id TEXT NOT NULL REFERENCES users(id), used INTEGER NOT NULL DEFAULT 0)");
+                  "user_id TEXT NOT NULL REFERENCES users(id), session TEXT NOT NULL, "
+                  "used INTEGER NOT NULL DEFAULT 0)");
     for (const Credentials& credentials : options.users) {
         provide(credentials);
     }
@@ -130,12 +134,32 @@ Response Accounts::signIn(const json& body) {
 Response Accounts::refresh(const json& body) {
     return database_.inTransaction([&] {
         const auto used =
-            database_.run("UPDATE refresh_tokens SET used = 1 WHERE digest = ? AND used = 0 RETURNING user_id",
+            database_.run("UPDATE refresh_tokens SET used = 1 WHERE digest = ? AND used = 0 RETURNING user_id, session",
                           {Digest::of(field(body, "refresh_token"))});
         const auto account = used.empty() ? std::nullopt : find("id", textOf(used.front()[0]));
-        return account ? jsonResponse(200, openSession(*account))
+        return account ? jsonResponse(200, issueTokens(*account, textOf(used.front()[1])))
                        : refusedGrant("Invalid Refresh Token: unknown or already used");
     });
+}
+
+Response Accounts::signOut(const std::string& accessToken, const Fields& query) {
+    static const std::map<std::string, std::string> sessions = {
+        {"global", ""}, {"local", " AND t.session = own.session"}, {"others", " AND t.session <> own.session"}};
+    const auto scope = std::ranges::find(query, "scope", &Fields::value_type::first);
+    const auto ending = sessions.find(scope == query.end() ? "global" : scope->second);
+    if (ending == sessions.end()) {
+        return refusal(400, "validation_failed", "The scope is one of global, local and others");
+    }
+    database_.inTransaction([&] {
+        // The access tokens go last: one of them says who asks.
+        for (const char* tokens : {"refresh_tokens", "access_tokens"}) {
+            database_.run(fmt::format("DELETE FROM {0} WHERE digest IN (SELECT t.digest FROM {0} t "
+                                      "JOIN access_tokens own ON own.user_id = t.user_id WHERE own.digest = ?{1})",
+                                      tokens, ending->second),
+                          {Digest::of(accessToken)});
+        }
+    });
+    return {.status = 204};
 }
 
 Response Accounts::signUp(const json& body) {
@@ -158,12 +182,17 @@ Response Accounts::signUp(const json& body) {
 }
 
 json Accounts::openSession(const Account& account) {
+    return issueTokens(account, randomUuid());
+}
+
+json Accounts::issueTokens(const Account& account, const std::string& session) {
     const std::string access = randomToken();
     const std::string refresh = randomToken();
     const auto lifetime = options_.tokenLifetime.count();
-    database_.run("INSERT INTO access_tokens(digest, user_id, expires_at) VALUES(?, ?, ?)",
-                  {Digest::of(access), account.user.id, now() + lifetime});
-    database_.run("INSERT INTO refresh_tokens(digest, user_id) VALUES(?, ?)", {Digest::of(refresh), account.user.id});
+    database_.run("INSERT INTO access_tokens(digest, user_id, session, expires_at) VALUES(?, ?, ?, ?)",
+                  {Digest::of(access), account.user.id, session, now() + lifetime});
+    database_.run("INSERT INTO refresh_tokens(digest, user_id, session) VALUES(?, ?, ?)",
+                  {Digest::of(refresh), account.user.id, session});
     return {{"access_token", access},   {"token_type", "bearer"},
             {"expires_in", lifetime},   {"expires_at", now() + lifetime},
             {"refresh_token", refresh}, {"user", userJson(account.user, account.createdAt)}};

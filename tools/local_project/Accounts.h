@@ -16,8 +16,8 @@ struct User {
     std::string email;
 };
 
-// The auth service: accounts, access tokens with a lifetime, and refresh tokens that are good once. All of it lies in
-// the database, tokens as digests, so that sessions outlive a restart. May be used from any thread.
+// The auth service: accounts, and sessions of access tokens with a lifetime and refresh tokens that are good once. All
+// of it lies in the database, tokens as digests, so that sessions outlive a restart. May be used from any thread.
 class Accounts {
 public:
     Accounts(Database& database, const Options& options);
@@ -30,6 +30,10 @@ public:
 
     // Answers POST /auth/v1/token and POST /auth/v1/signup; 404 for any other path.
     [[nodiscard]] Response answer(const Request& request);
+
+    // Answers POST /auth/v1/logout: `scope` in the query names the user's sessions that end with all their tokens,
+    // `global` (all, the default), `local` (the token's own) or `others`. The token is one that userOf() knows.
+    [[nodiscard]] Response signOut(const std::string& accessToken, const Fields& query);
 
     // Whose access token this is; absent where it is unknown or has expired.
     [[nodiscard]] std::optional<User> userOf(const std::string& accessToken);
@@ -57,6 +61,7 @@ private:
     [[nodiscard]] Response refresh(const nlohmann::json& body);
     [[nodiscard]] Response signUp(const nlohmann::json& body);
     [[nodiscard]] nlohmann::json openSession(const Account& account);
+    [[nodiscard]] nlohmann::json issueTokens(const Account& account, const std::string& session);
     [[nodiscard]] std::int64_t now() const;
 
     Database& database_;

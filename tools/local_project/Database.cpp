@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t statementLimit = 256;
 
 // Of all tables in the file. It grows with every change of one.
-constexpr std::int64_t schemaVersion = 1;
+constexpr std::int64_t schemaVersion = 2;
 
 Constraint constraintOf(int extendedCode) {
     switch (extendedCode) {

@@ -128,18 +128,23 @@ Response Gateway::route(Request& request) {
     if (request.head.header("apikey") != options_.anonKey) {
         return refusal(401, "bad_api_key", "No API key, or an unknown one, was found in the request");
     }
+    const bool isSignOut = request.path == "/auth/v1/logout" && request.head.method == "POST";
     const bool isUserRequest = request.path == "/auth/v1/user";
-    if (request.path.starts_with(authPaths) && !isUserRequest) {
+    const bool needsToken = isSignOut || isUserRequest;
+    if (request.path.starts_with(authPaths) && !needsToken) {
         return accounts_.answer(request);
     }
-    if (!isUserRequest && !request.path.starts_with(tablePaths) && !isUpload(request)) {
+    if (!needsToken && !request.path.starts_with(tablePaths) && !isUpload(request)) {
         return refusal(404, "not_found", "There is no such path");
     }
     const std::string authorization = request.head.header("authorization");
-    const auto user =
-        authorization.starts_with(bearer) ? accounts_.userOf(authorization.substr(bearer.size())) : std::nullopt;
+    const std::string token = authorization.starts_with(bearer) ? authorization.substr(bearer.size()) : "";
+    const auto user = accounts_.userOf(token);
     if (!user) {
         return refusedToken(request);
+    }
+    if (isSignOut) {
+        return accounts_.signOut(token, request.head.query());
     }
     if (isUserRequest) {
         return accounts_.describe(*user);
