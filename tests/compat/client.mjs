@@ -79,7 +79,15 @@ async function run(url) {
   assert.notEqual(renewed.session.access_token, session.access_token)
   const reused = await client.auth.refreshSession({ refresh_token: session.refresh_token })
   assert.notEqual(reused.error, null, 'a refresh token is good once')
-  assert.equal((await answer(client.auth.signUp({ email: 'ben@example.com', password }))).user.email, 'ben@example.com')
+}
+
+async function signUp(url) {
+  const client = clientOf(url)
+  const { user, session } = await answer(client.auth.signUp({ email: 'ben@example.com', password }))
+  assert.deepEqual([user.email, session.user.id], ['ben@example.com', user.id])
+  assert.equal((await answer(client.auth.getUser())).user.id, user.id, 'signing up signs in')
+  const again = await client.auth.signUp({ email: 'ben@example.com', password })
+  assert.equal(again.error.status, 422)
 }
 
 // Signing out, with two sessions of one user. The client hides a refusal of the token, so the tokens are tried afterwards.
@@ -96,14 +104,15 @@ async function signOuts(url) {
 }
 
 const folder = mkdtempSync(join(tmpdir(), 'veskline-client-'))
-const project = spawn(process.argv[2], ['--data', join(folder, 'data'), '--user', `${email}:${password}`],
+const project = spawn(process.argv[2], ['--data', join(folder, 'data'), '--user', `${email}:${password}`, '--signup-reply', 'top-level'],
   { stdio: ['ignore', 'pipe', 'inherit'] })
 try {
   const { value: line } = await createInterface({ input: project.stdout })[Symbol.asyncIterator]().next()
   const url = line.split(' ').at(-1)
   await run(url)
+  await signUp(url)
   await signOuts(url)
-  console.log('The hosted stack\'s own client is content with the local project.')
+  console.log('The hosted stack\'s own client is content with the local project: sign-up, sign-in, upserts, sign-out.')
 } finally {
   project.kill()
   rmSync(folder, { recursive: true, force: true })

@@ -3,8 +3,9 @@
 
     window_run.py VESKLINE VESKLINE_LOCAL_PROJECT
 
-One run goes from signing in to a running sync, the other shows what a user without a configuration gets. A failure says
-what was waited for and what the window showed.
+One run goes from signing in to a running sync, two sign up at a service that has the tokens under "session" and at one
+that has them at the top level, and one shows what a user without a configuration gets. A failure says what was waited for
+and what the window showed.
 """
 
 import hashlib, json, pathlib, sys, urllib.request
@@ -17,7 +18,7 @@ SUPPORTED = {".pdf", ".docx", ".txt", ".md", ".csv", ".rtf", ".epub"}
 DESTINATIONS, SPEEDS = ("Control center", "Sync setup", "Activity"), ("Regular", "Ultra")
 
 
-def sign_in(window):
+def type_credentials(window):
     email, password = window.find("text", "Email"), window.find("password text")
     window.check_controls()
     email.node.queryComponent().grabFocus()
@@ -25,8 +26,6 @@ def sign_in(window):
     window.desktop.xdotool("key", "Tab")
     window.type(password, PASSWORD, "\u2022" * len(PASSWORD))
     check(PASSWORD not in str(window), f"the password can be read\n{window}")
-    window.press("Log in")
-    window.find("label", EMAIL)
 
 
 def start_sync(window):
@@ -56,11 +55,19 @@ def ingested(address):
             if not row["is_deleted"] and row["ingested_sha256"] == row["sha256"]}
 
 
-def run_to_running(desktop, veskline, local_project):
-    desktop.start(local_project, "--data", f"{desktop.folder}/project", "--user", f"{EMAIL}:{PASSWORD}")
+def open_window(desktop, veskline, local_project, name, *options):
+    """The window beside a local project of its own, and the project's address."""
+    desktop.start(local_project, "--data", f"{desktop.folder}/{name}", *options)
     address = desktop.first_line(local_project).split()[-1]
-    window = Window(desktop, veskline, SUPABASE_URL=address, SUPABASE_ANON_KEY="local-anon-key", DASHBOARD_URL=address)
-    sign_in(window)
+    return address, Window(desktop, veskline, VESK_STATE_DIR=f"{desktop.folder}/{name}-state", SUPABASE_URL=address,
+                           SUPABASE_ANON_KEY="local-anon-key", DASHBOARD_URL=address)
+
+
+def run_to_running(desktop, veskline, local_project):
+    address, window = open_window(desktop, veskline, local_project, "project", "--user", f"{EMAIL}:{PASSWORD}")
+    type_credentials(window)
+    window.press("Log in")
+    window.find("label", EMAIL)
     start_sync(window)
     expected = documents(desktop.folder / "home")
     wait_for(f"all ingested: {expected}", lambda: ingested(address) == expected,
@@ -68,6 +75,17 @@ def run_to_running(desktop, veskline, local_project):
     window.choose("Activity", DESTINATIONS)
     window.find("list", "Activity stream")
     window.check_controls()
+    window.close(0)
+
+
+def run_sign_up(desktop, veskline, local_project, reply):
+    _, window = open_window(desktop, veskline, local_project, f"sign-up-{reply}", "--signup-reply", reply)
+    type_credentials(window)
+    window.press("Create account")
+    if reply == "top-level":  # the agent finds no session there; the account exists, and logging in works
+        window.find("label", "Check your email to confirm your account, then log in.")
+        window.press("Log in")
+    window.find("label", EMAIL)
     window.close(0)
 
 
@@ -79,4 +97,6 @@ def run_without_configuration(desktop, veskline):
 
 
 main(lambda desktop: run_to_running(desktop, sys.argv[1], sys.argv[2]),
+     lambda desktop: run_sign_up(desktop, sys.argv[1], sys.argv[2], "nested"),
+     lambda desktop: run_sign_up(desktop, sys.argv[1], sys.argv[2], "top-level"),
      lambda desktop: run_without_configuration(desktop, sys.argv[1]))

@@ -105,6 +105,22 @@ TEST_F(AccountsTest, SignsUpWithASessionOrAfterConfirmation) {
     EXPECT_EQ(status("POST", "/auth/v1/token?grant_type=password", later), 200);
 }
 
+TEST_F(AccountsTest, SignsUpWithTheTokensAtTheTopLevel) {
+    options_.signupReply = SignupReply::topLevel;
+    run();
+    const json opened =
+        send("POST", "/auth/v1/signup", R"({"email":"kim@example.com","password":"secret-7"})").parsed();
+    EXPECT_FALSE(opened.contains("session"));
+    EXPECT_EQ(opened["user"]["email"], "kim@example.com");
+    accessToken_ = opened["access_token"];
+    EXPECT_EQ(status("GET", "/auth/v1/user"), 200);
+    options_.signup = SignupPolicy::requiresConfirmation;
+    run();
+    const json user = send("POST", "/auth/v1/signup", R"({"email":"eve@example.com","password":"secret-7"})").parsed();
+    EXPECT_EQ(user["email"], "eve@example.com");
+    EXPECT_FALSE(user.contains("user") || user.contains("access_token"));
+}
+
 } // namespace
 
 } // namespace local_project

@@ -176,8 +176,12 @@ Response Accounts::signUp(const json& body) {
         }
         const bool isOpen = options_.signup == SignupPolicy::opensSession;
         const Account account = create(credentials, isOpen);
-        return jsonResponse(200, {{"user", userJson(account.user, account.createdAt)},
-                                  {"session", isOpen ? openSession(account) : json()}});
+        const json user = userJson(account.user, account.createdAt);
+        const json session = isOpen ? openSession(account) : json();
+        if (options_.signupReply == SignupReply::topLevel) {
+            return jsonResponse(200, isOpen ? session : user);
+        }
+        return jsonResponse(200, {{"user", user}, {"session", session}});
     });
 }
 

@@ -47,6 +47,16 @@ RefusalProfile profileOf(const std::string& text) {
     throw UsageError(fmt::format("\"{}\" is no profile: choose 401 or deployed", text));
 }
 
+SignupReply signupReplyOf(const std::string& text) {
+    if (text == "nested") {
+        return SignupReply::nested;
+    }
+    if (text == "top-level") {
+        return SignupReply::topLevel;
+    }
+    throw UsageError(fmt::format("\"{}\" is not a form of reply: choose nested or top-level", text));
+}
+
 const std::vector<Definition>& definitions() {
     using std::chrono::milliseconds;
     using std::chrono::seconds;
@@ -70,6 +80,8 @@ const std::vector<Definition>& definitions() {
          }},
         {"--confirm-signups", "", "a new account opens no session until its address is confirmed",
          [](Options& options, const std::string&) { options.signup = SignupPolicy::requiresConfirmation; }},
+        {"--signup-reply", "nested|top-level", "where the reply to a sign-up has its tokens (default: nested)",
+         [](Options& options, const std::string& text) { options.signupReply = signupReplyOf(text); }},
         {"--no-worker", "", "leave every job queued",
          [](Options& options, const std::string&) { options.worker = WorkerPolicy::off; }},
         {"--worker-delay", "MS", "how long each job runs (default: 0)",

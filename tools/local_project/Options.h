@@ -24,6 +24,11 @@ struct Credentials {
 enum class RefusalProfile { unauthorized, deployed };
 
 enum class SignupPolicy { opensSession, requiresConfirmation };
+
+// Where the answer to a sign-up has the new session: under `session` beside `user`, or, as today's services have it, at
+// its top level. A new account without a session is there under `user`, or is the whole answer.
+enum class SignupReply { nested, topLevel };
+
 enum class WorkerPolicy { runs, off };
 
 // How a local project is set up; every field but `clock` and `journalLimit` has its option on the command line.
@@ -36,6 +41,7 @@ struct Options {
     RefusalProfile profile = RefusalProfile::unauthorized;
     std::chrono::seconds tokenLifetime{3600};
     SignupPolicy signup = SignupPolicy::opensSession;
+    SignupReply signupReply = SignupReply::nested;
     WorkerPolicy worker = WorkerPolicy::runs;
     std::chrono::milliseconds workerDelay{0};
     std::optional<std::filesystem::path> faultsFile = {};
