@@ -148,18 +148,20 @@ std::string subjectOf(const DatabaseError& error) {
     return words.substr(words.rfind(": ") + 2);
 }
 
-Response constraintRefusal(const DatabaseError& error) {
+Response constraintRefusal(const std::string& table, const DatabaseError& error) {
+    const std::string subject = subjectOf(error);
     switch (error.constraint()) {
     case Constraint::unique:
-        return tableRefusal(409, "23505",
-                            fmt::format("duplicate key value violates unique constraint on {}", subjectOf(error)));
+        return tableRefusal(409, "23505", fmt::format("duplicate key value violates unique constraint on {}", subject));
     case Constraint::foreignKey:
         return tableRefusal(409, "23503", error.what());
     case Constraint::notNull:
         return tableRefusal(400, "23502",
-                            fmt::format("null value in column {} violates not-null constraint", subjectOf(error)));
+                            fmt::format("null value in column \"{}\" of relation \"{}\" violates not-null constraint",
+                                        subject.substr(subject.find('.') + 1), table));
     case Constraint::check:
-        return tableRefusal(400, "23514", fmt::format("new row violates check constraint \"{}\"", subjectOf(error)));
+        return tableRefusal(
+            400, "23514", fmt::format("new row for relation \"{}\" violates check constraint \"{}\"", table, subject));
     case Constraint::none:
         break;
     }
@@ -204,7 +206,7 @@ Response Tables::answer(const Request& request, const User& user) {
     } catch (const RequestError& error) {
         return error.response;
     } catch (const DatabaseError& error) {
-        return constraintRefusal(error);
+        return constraintRefusal(request.path.substr(pathPrefix.size()), error);
     }
 }
 
