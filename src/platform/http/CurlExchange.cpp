@@ -257,7 +257,9 @@ HttpResponse CurlExchange::takeResponse(CURLcode result) {
         throw curlFailure(CURLE_GOT_NOTHING, "");
     }
     if (result != CURLE_OK) {
-        throw curlFailure(result, account_.data());
+        long systemError = 0;
+        curl_easy_getinfo(handle(), CURLINFO_OS_ERRNO, &systemError);
+        throw curlFailure(result, account_.data(), static_cast<int>(systemError));
     }
     long status = 0;
     curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
