@@ -62,6 +62,7 @@ public:
     LocalDatabase(async::Executor pool, const StorePlace& url, std::optional<std::string> legacyDatabaseURL);
 
     [[nodiscard]] async::Executor executor() const noexcept { return serial_.executor(); }
+    [[nodiscard]] const std::string& path() const noexcept { return databaseURL_; }
 
     // The row of one file, absent where none is stored.
     [[nodiscard]] async::Task<std::optional<FileStateRow>> fileRecord(std::string path);

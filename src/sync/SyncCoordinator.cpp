@@ -1,5 +1,13 @@
 #include "sync/SyncCoordinator.h"
 
+#include "platform/files/MountPoint.h"
+#include "platform/text/ErrorDescription.h"
+#include "platform/text/Utf8.h"
+#include "state/DatabaseError.h"
+#include "state/LocalDatabase.h"
+
+#include <fmt/format.h>
+
 #include <cassert>
 #include <utility>
 
@@ -70,6 +78,20 @@ void SyncCoordinator::log(std::string_view line) const {
     if (logHandler_) {
         logHandler_(std::string(line));
     }
+}
+
+// For the log, the queue and the window. A failure of the state database names the file and its disk in place of the
+// statement that failed.
+std::string SyncCoordinator::wordsOf(const std::exception& failure) const {
+    const auto* const ofDatabase = dynamic_cast<const DatabaseError*>(&failure);
+    if (ofDatabase == nullptr) {
+        return platform::describe(failure);
+    }
+    const bool isRead = ofDatabase->sql() && ofDatabase->sql()->starts_with("select");
+    const std::string words =
+        fmt::format(R"(The state file "{}" on the disk mounted at "{}" could not be {}: {})", database_.path(),
+                    platform::mountPoint(database_.path()), isRead ? "read" : "written", ofDatabase->message());
+    return platform::withReplacementCharacters(words);
 }
 
 } // namespace veskline

@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <map>
 #include <optional>
@@ -85,7 +86,8 @@ public:
 
     // Stores the selection, tries the queued uploads again, scans each folder in turn and watches them from then on.
     // Returns when the initial scan is over. Does nothing, without a word, while it runs already or without folders.
-    // Throws what the database or the drain throws: the engine then stands still, and a new start works.
+    // Throws what the drain throws, and words about the state file where that fails: the engine then stands still, and
+    // a new start works.
     // A stop on the way ends it without a failure: what was begun ends, nothing new begins.
     async::Task<> startSync(std::vector<std::string> roots, SyncMode mode);
 
@@ -145,6 +147,7 @@ private:
     void tellIndexingProgress() const;
     void tellUnsupportedFilesCount() const;
     void log(std::string_view line) const;
+    [[nodiscard]] std::string wordsOf(const std::exception& failure) const;
 
     async::Executor pool_;
     async::SerialExecutor serial_;

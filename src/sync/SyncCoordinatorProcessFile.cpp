@@ -3,12 +3,14 @@
 #include "platform/files/FileAttributes.h"
 #include "platform/text/ErrorDescription.h"
 #include "rules/FileRules.h"
+#include "state/DatabaseError.h"
 #include "state/LocalDatabase.h"
 #include "state/RetryQueueStore.h"
 #include "sync/FolderScan.h"
 #include "sync/SyncCoordinator.h"
 
 #include <exception>
+#include <stdexcept>
 
 namespace veskline {
 
@@ -121,18 +123,31 @@ async::Task<std::string> SyncCoordinator::signedInUserID() {
 }
 
 // A failure of the upload leaves an item in the retry queue before it goes up; a failure of that goes up in its place.
+// Where only the row is missing, the words say that the document is uploaded.
 async::Task<> SyncCoordinator::uploadOrQueue(FileStateRow row, std::string userID) {
     std::exception_ptr failure;
+    std::string uploaded;
     try {
         co_await upload(row);
+    } catch (const DatabaseError& error) {
+        uploaded = "The document is uploaded but not recorded. ";
+        failure = std::make_exception_ptr(std::runtime_error(uploaded + wordsOf(error)));
     } catch (const std::exception&) {
         failure = std::current_exception();
     }
-    if (failure) {
-        RetryQueueItem item = retryItem(row, userID, platform::describe(failure));
-        co_await retryQueue_.append(std::move(item));
-        std::rethrow_exception(failure);
+    if (!failure) {
+        co_return;
     }
+    RetryQueueItem item = retryItem(row, userID, platform::describe(failure));
+    try {
+        co_await retryQueue_.append(std::move(item));
+    } catch (const std::exception& error) {
+        if (uploaded.empty()) {
+            throw;
+        }
+        throw std::runtime_error(uploaded + platform::describe(error));
+    }
+    std::rethrow_exception(failure);
 }
 
 async::Task<> SyncCoordinator::upload(FileStateRow row) {

@@ -1,7 +1,6 @@
 #include "platform/async/Cancelled.h"
 #include "platform/async/Elsewhere.h"
 #include "platform/files/Paths.h"
-#include "platform/text/ErrorDescription.h"
 #include "sync/SyncCoordinator.h"
 
 #include <fmt/format.h>
@@ -88,7 +87,7 @@ async::Task<> SyncCoordinator::rescan(std::string root) {
     try {
         co_await scan(root, "Rescan", false);
     } catch (const std::exception& error) {
-        log(fmt::format("Rescan failed for {}: {}", root, platform::describe(error)));
+        log(fmt::format("Rescan failed for {}: {}", root, wordsOf(error)));
     }
 }
 

@@ -1,5 +1,4 @@
 #include "hosted/SupabaseHTTPClient.h"
-#include "platform/text/ErrorDescription.h"
 #include "platform/text/Utf8.h"
 #include "state/LocalDatabase.h"
 #include "sync/FolderScan.h"
@@ -106,7 +105,7 @@ async::Task<ScanResult> SyncCoordinator::processCounted(const FolderScan& scan, 
         std::optional<FileStateRow> previous = co_await previousRow(scan, index);
         result = co_await processFile(path, scan.root(), std::move(previous));
     } catch (const std::exception& error) {
-        log(fmt::format("Upload failed, queued for retry: {} ({})", path, platform::describe(error)));
+        log(fmt::format("Upload failed, queued for retry: {} ({})", path, wordsOf(error)));
     }
     co_return result;
 }
@@ -128,7 +127,7 @@ async::Task<> SyncCoordinator::runDeletePass(FolderScan& scan) {
             scan.counters.count(ScanResult::deleted);
         } catch (const std::exception& error) {
             scan.counters.count(ScanResult::failed);
-            log(fmt::format("Delete sync warning for {}: {}", row.path, platform::describe(error)));
+            log(fmt::format("Delete sync warning for {}: {}", row.path, wordsOf(error)));
         }
     }
 }

@@ -1,6 +1,7 @@
 #include "hosted/SupabaseHTTPClient.h"
 #include "platform/async/Elsewhere.h"
 #include "platform/files/Paths.h"
+#include "state/DatabaseError.h"
 #include "state/SessionStore.h"
 #include "sync/SyncCoordinator.h"
 
@@ -8,6 +9,7 @@
 #include <fmt/ranges.h>
 
 #include <exception>
+#include <stdexcept>
 
 namespace veskline {
 
@@ -32,6 +34,8 @@ async::Task<> SyncCoordinator::startSync(std::vector<std::string> roots, SyncMod
     std::exception_ptr failure;
     try {
         co_await performStart(run, std::move(roots), mode);
+    } catch (const DatabaseError& error) {
+        failure = std::make_exception_ptr(std::runtime_error(wordsOf(error)));
     } catch (...) {
         failure = std::current_exception();
     }

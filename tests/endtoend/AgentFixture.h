@@ -58,6 +58,12 @@ protected:
 
 // With three hosted files, `a.txt`, `kept.txt` and `sub/b.txt`, and a queue that holds another user's upload.
 class SettledAgent : public AgentFixture {
+public:
+    // How the words begin that tell of the state database: a glob for expectTold.
+    static std::string stateFile(const std::string& verb) {
+        return "The state file \"STATE/state.sqlite3\" on the disk mounted at \"/*\" could not be " + verb + ": ";
+    }
+
 protected:
     SettledAgent();
 

@@ -44,10 +44,11 @@ const std::string fileFails = "Upload failed, queued for retry: ROOT/a.txt (";
 const std::string fileCannotBe = fileFails + "The file \"ROOT/a.txt\" could not be ";
 const std::string folderKept = "Folder not available: ";
 const std::string queueCannotBe = "The file \"STATE/retry-queue.json\" could not be ";
-const std::string inserting = "WORDS ?SQL: insert into files*";
-const std::string deleting = "Delete sync warning for ROOT/gone.txt: WORDS ?SQL: delete from files*";
-const std::string starting = "Auto-start failed: WORDS ?SQL: insert into preferences*";
-const std::string unread = "Auto-start failed: WORDS ?SQL: select value from preferences*";
+const std::string unwritten = SettledAgent::stateFile("written") + "WORDS";
+const std::string inserting = "The document is uploaded but not recorded. " + unwritten + ")";
+const std::string deleting = "Delete sync warning for ROOT/gone.txt: " + unwritten;
+const std::string starting = "Auto-start failed: " + unwritten;
+const std::string unread = "Auto-start failed: " + SettledAgent::stateFile("read") + "WORDS";
 
 const std::string one = summaryOf(1, 2, 0, 0);
 const std::string none = summaryOf(0, 2, 0, 1);
@@ -196,6 +197,13 @@ protected:
         return agent;
     }
 
+    static std::string wordsOf(const Reason& reason) {
+        const bool isOfTheDisk = reason.error == ENOSPC || reason.error == EDQUOT || reason.error == EROFS;
+        return reason.words != nullptr
+                   ? reason.words
+                   : std::strerror(reason.error) + std::string(isOfTheDisk ? " (the disk mounted at \"/*\")" : "");
+    }
+
     void run(const Place& place, const Reason& reason) {
         if (place.from == From::deletion) {
             const std::string gone = write("gone.txt", place.name);
@@ -212,7 +220,7 @@ protected:
         EXPECT_GE(machine.hits(), 1U);
         std::string told = place.told;
         if (const std::size_t mark = told.find("WORDS"); mark != std::string::npos) {
-            told.replace(mark, 5, reason.words != nullptr ? reason.words : std::strerror(reason.error));
+            told.replace(mark, 5, wordsOf(reason));
         }
         expectTold(*agent, told);
         EXPECT_EQ(agent->lastLine("Summary: "), place.summary);

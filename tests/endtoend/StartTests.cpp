@@ -32,6 +32,32 @@ protected:
         fault["count"] = count;
         project.faults().add(fault);
     }
+    struct Row {
+        const char* name;
+        std::function<void()> prepare;
+        std::string errors; // a glob
+        int code;
+        const char* next; // what the user service does then
+    };
+    // Each start is made with a session and folders, then spoilt.
+    void expectEnds(const std::vector<Row>& rows) {
+        write("a.txt", "first");
+        const Program::Environment before = environment;
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.name);
+            fs::remove_all(stand.state);
+            setUp();
+            row.prepare();
+            const std::unique_ptr<Program> agent = start();
+            EXPECT_EQ(agent->wait(), row.code);
+            EXPECT_TRUE(reads(agent->errors(), row.errors)) << agent->errors();
+            EXPECT_EQ(agent->output(), std::vector<std::string>());
+            EXPECT_EQ(nextOfTheUnit(row.code), row.next);
+            project.faults().clear();
+            environment = before;
+        }
+        EXPECT_TRUE(hosted().empty());
+    }
     static bool reads(const std::string& text, const std::string& pattern) {
         return ::fnmatch(pattern.c_str(), text.c_str(), FNM_NOESCAPE) == 0;
     }
@@ -39,91 +65,85 @@ protected:
 
 } // namespace
 
-TEST_F(Start, EndsInWordsWhereNothingCanBeSynced) {
-    const std::string session = stand.state + "/session.json";
+TEST_F(Start, EndsWhereNobodyIsSignedInAndSaysWhy) {
+    const std::string project = environment.at("SUPABASE_URL");
     const std::string nobody = "Nothing is synced: nobody is signed in, since ";
-    const std::string remedy = "* Start Veskline on a desktop with the same state folder and sign in; then start this "
-                               "again.\n";
-    const std::string none = nobody + "there is no session in " + stand.state + "." + remedy;
-    const std::string refused =
-        nobody + environment.at("SUPABASE_URL") + " no longer accepts the session in " + stand.state + " (*)." + remedy;
-    const std::string unasked =
-        "Nothing is synced: " + environment.at("SUPABASE_URL") + " could not be asked who is signed in (";
-    const std::string later =
-        "). Start Veskline again once it can be reached; the user service does so every minute.\n";
+    const std::string remedy =
+        ". Start Veskline on a desktop with the same state folder and sign in; then start this again.\n";
+    const std::string none = nobody + "there is no session in " + stand.state + remedy;
+    const std::string refused = nobody + project + " no longer accepts the session in " + stand.state + " (*)" + remedy;
+    const auto refusing = [this](int status) {
+        return [this, status] { fail({{"kind", "status"}, {"status", status}, {"path", "/auth/*"}}); };
+    };
+    const auto revoke = [this] {
+        fail({{"kind", "refused-token"}, {"path", "/auth/v1/user"}});
+        fail({{"kind", "revoke-refresh"}, {"path", "/auth/v1/token"}});
+    };
+    expectEnds({
+        {"no session", [this] { fs::remove(stand.state + "/session.json"); }, none, 3, "rests"},
+        {"a session of junk", [this] { folder.write("state/session.json", "junk"); }, none, 3, "rests"},
+        {"a revoked session", revoke, refused, 3, "rests"},
+        {"a service that refuses with 400", refusing(400), refused, 3, "rests"},
+        {"a service that refuses with 403", refusing(403), refused, 3, "rests"},
+    });
+}
+
+TEST_F(Start, EndsWhereTheProjectCannotBeAskedAndSaysWhy) {
+    const auto unasked = [](const std::string& project, const std::string& reason) {
+        return "Nothing is synced: " + project + " could not be asked who is signed in (" + reason +
+               "). Start Veskline again once it can be reached; the user service does so every minute.\n";
+    };
+    const auto row = [&](const char* name, const json& fault, const std::string& reason) {
+        const auto prepare = [this, fault] {
+            json everywhere = fault;
+            everywhere["path"] = "/auth/*";
+            fail(everywhere);
+        };
+        return Row{name, prepare, unasked(environment.at("SUPABASE_URL"), reason), 4, "starts again after 60 s"};
+    };
+    const std::string nobodyThere = "http://127.0.0.1:1";
+    expectEnds({
+        row("trouble", {{"kind", "status"}, {"status", 503}}, "Supabase request failed with status 503"),
+        row("too many questions", {{"kind", "status"}, {"status", 429}}, "Supabase request failed with status 429"),
+        row("a captive portal", {{"kind", "html"}}, "The text is not valid JSON: *"),
+        row("a cut connection", {{"kind", "cut-before"}}, "The connection to the server was lost: *"),
+        {"no network", [&] { environment["SUPABASE_URL"] = nobodyThere; },
+         unasked(nobodyThere, "Could not connect to the server: 127.0.0.1 port 1 (Connection refused)"), 4,
+         "starts again after 60 s"},
+    });
+}
+
+TEST_F(Start, FailsInWordsThatNameTheFileOrTheVariable) {
     const std::string failed = "Veskline\nNative app initialization failed.\n";
     const std::string database = " (in the file \"" + stand.state + "/state.sqlite3\")\n";
-    struct Row {
-        const char* name;
-        std::function<void()> prepare;
-        std::string errors; // a glob
-        int code;
-        const char* next;
+    const auto replaceDatabase = [this] {
+        fs::remove(stand.state + "/state.sqlite3");
+        folder.makeFolder("state/state.sqlite3");
     };
-    const Row rows[] = {
-        {"no session", [&] { fs::remove(session); }, none, 3, "rests"},
-        {"a session of junk", [&] { folder.write("state/session.json", "junk"); }, none, 3, "rests"},
-        {"a revoked session",
-         [&] {
-             fail({{"kind", "revoke-refresh"}, {"path", "/auth/v1/token"}});
-             fail({{"kind", "refused-token"}, {"path", "/auth/v1/user"}});
-         },
-         refused, 3, "rests"},
-        {"a service that refuses", [&] { fail({{"kind", "status"}, {"status", 403}, {"path", "/auth/*"}}); }, refused,
-         3, "rests"},
-        {"a service in trouble", [&] { fail({{"kind", "status"}, {"status", 503}, {"path", "/auth/*"}}); },
-         unasked + "Supabase request failed with status 503" + later, 4, "starts again after 60 s"},
-        {"a service that is asked too often", [&] { fail({{"kind", "status"}, {"status", 429}, {"path", "/auth/*"}}); },
-         unasked + "Supabase request failed with status 429" + later, 4, "starts again after 60 s"},
-        {"a captive portal", [&] { fail({{"kind", "html"}, {"path", "/auth/*"}}); },
-         unasked + "The text is not valid JSON: *" + later, 4, "starts again after 60 s"},
-        {"a cut connection", [&] { fail({{"kind", "cut-before"}, {"path", "/auth/*"}}); },
-         unasked + "The connection to the server was lost: *" + later, 4, "starts again after 60 s"},
-        {"no network", [&] { environment["SUPABASE_URL"] = "http://127.0.0.1:1"; },
-         "Nothing is synced: http://127.0.0.1:1 could not be asked who is signed in (Could not connect to the server: "
-         "*" +
-             later,
-         4, "starts again after 60 s"},
-        {"a database of junk", [&] { folder.write("state/state.sqlite3", std::string(5000, 'x')); },
-         failed + "*file is not a database*" + database, 1, "starts again after 60 s"},
-        {"a folder for a database",
-         [&] {
-             fs::remove(stand.state + "/state.sqlite3");
-             folder.makeFolder("state/state.sqlite3");
-         },
-         failed + "*unable to open*" + database, 1, "starts again after 60 s"},
-        {"no project", [&] { environment.erase("SUPABASE_URL"); },
+    const auto loseStateFolder = [this] {
+        folder.write("file", "no folder");
+        environment["VESK_STATE_DIR"] = folder.at("file/state");
+        environment.erase("SUPABASE_ANON_KEY");
+    };
+    expectEnds({
+        {"a database of junk", [this] { folder.write("state/state.sqlite3", std::string(5000, 'x')); },
+         failed + "file is not a database*" + database, 1, "starts again after 60 s"},
+        {"a folder for a database", replaceDatabase, failed + "unable to open*" + database, 1,
+         "starts again after 60 s"},
+        {"no project", [this] { environment.erase("SUPABASE_URL"); },
          "The environment names a project in part: SUPABASE_URL is not set. *\n" + failed + "*public-config.json*\n", 1,
          "starts again after 60 s"},
-        {"a state folder that can't be made",
-         [&] {
-             environment["VESK_STATE_DIR"] = folder.at("file/state");
-             environment.erase("SUPABASE_ANON_KEY");
-             folder.write("file", "no folder");
-         },
+        {"no address", [this] { environment["SUPABASE_URL"] = "project.example"; },
+         "SUPABASE_URL is \"project.example\", which is no absolute address. *\n" + failed + "*", 1,
+         "starts again after 60 s"},
+        {"a state folder that can't be made", loseStateFolder,
          "The environment names a project in part: *\nVESK_STATE_DIR can't be used: The file \"" +
              folder.at("file/state") +
-             "\" could not be created as a folder: Not a directory. Veskline keeps session, "
-             "queue and state in /tmp instead, which the system may empty.\n" +
+             "\" could not be created as a folder: Not a directory. Veskline keeps session, queue and state in /tmp "
+             "instead, which the system may empty.\n" +
              failed + "*",
          1, "starts again after 60 s"},
-    };
-    write("a.txt", "first");
-    const Program::Environment before = environment;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        fs::remove_all(stand.state);
-        setUp();
-        row.prepare();
-        const std::unique_ptr<Program> agent = start();
-        EXPECT_EQ(agent->wait(), row.code);
-        EXPECT_TRUE(reads(agent->errors(), row.errors)) << agent->errors();
-        EXPECT_EQ(agent->output(), std::vector<std::string>());
-        EXPECT_EQ(nextOfTheUnit(row.code), row.next);
-        project.faults().clear();
-        environment = before;
-    }
-    EXPECT_TRUE(hosted().empty());
+    });
 }
 
 TEST_F(Start, NamesAVariableThatDoesNotCount) {
@@ -142,11 +162,6 @@ TEST_F(Start, NamesAVariableThatDoesNotCount) {
         EXPECT_TRUE(reads(agent->errors(), errors)) << agent->errors();
         environment = before;
     }
-    environment["SUPABASE_URL"] = "project.example";
-    const std::unique_ptr<Program> agent = start();
-    EXPECT_EQ(agent->wait(), 1);
-    EXPECT_TRUE(reads(agent->errors(), "SUPABASE_URL is \"project.example\", which is no absolute address. *\n*"))
-        << agent->errors();
 }
 
 TEST_F(Start, SaysOnceThatTheServiceEndedTheSessionMeanwhile) {

@@ -71,7 +71,6 @@ protected:
 TEST_F(Surroundings, MayHoldTheDatabaseLocked) {
     std::optional<OtherConnection> other;
     const auto lock = [&](const char* how) { other.emplace(database).run(how); };
-    const std::string locked = "database is locked ?SQL: ";
     const auto expectRecovery = [&] {
         other.reset();
         project.faults().clear();
@@ -89,19 +88,20 @@ TEST_F(Surroundings, MayHoldTheDatabaseLocked) {
     lock("begin immediate");
     const std::unique_ptr<Program> writes = start();
     endAfterTheStart(*writes);
-    expectTold(*writes, "Auto-start failed: " + locked + "insert into preferences*");
+    expectTold(*writes, "Auto-start failed: " + stateFile("written") + "database is locked");
     expectRecovery();
 
     write("a.txt", "rows");
     const std::unique_ptr<Program> reads = startAndDoAt(drainsUser, [&] { lock("begin exclusive"); });
     endAfterTheStart(*reads);
-    expectTold(*reads, "Auto-start failed: " + locked + "select value from preferences*");
+    expectTold(*reads, "Auto-start failed: " + stateFile("read") + "database is locked");
     expectRecovery();
 
     write("a.txt", "row");
     const std::unique_ptr<Program> files = startAndDoAt(rowOfAFile, [&] { lock("begin exclusive"); });
     endAfterTheStart(*files);
-    expectTold(*files, "Upload failed, queued for retry: ROOT/a.txt (" + locked + "insert into files*");
+    expectTold(*files, "Upload failed, queued for retry: ROOT/a.txt (The document is uploaded but not recorded. " +
+                           stateFile("written") + "database is locked)");
     EXPECT_EQ(files->lastLine("Summary: "), summaryOf(0, 2, 0, 1));
     expectRecovery();
 }
@@ -133,7 +133,8 @@ TEST_F(Surroundings, MayBreakTheRowsOfTheDatabase) {
     write("a.txt", "second");
     const std::unique_ptr<Program> agent = start();
     endAfterTheStart(*agent);
-    expectTold(*agent, "Upload failed, queued for retry: ROOT/a.txt (database disk image is malformed ?SQL: insert*");
+    expectTold(*agent, "Upload failed, queued for retry: ROOT/a.txt (The document is uploaded but not recorded. " +
+                           stateFile("written") + "database disk image is malformed)");
     EXPECT_EQ(agent->lastLine("Summary: "), summaryOf(0, 0, 0, 3));
     EXPECT_EQ(hosted(), disk()) << "all but the state row is done";
     fs::remove(database);
@@ -151,7 +152,7 @@ TEST_F(Surroundings, MayBreakThePreferencesWhileAVolumeIsAway) {
         fs::create_directory_symlink(other, root);
     });
     endAfterTheStart(*agent);
-    expectTold(*agent, "Auto-start failed: database disk image is malformed ?SQL: select value from preferences*");
+    expectTold(*agent, "Auto-start failed: " + stateFile("read") + "database disk image is malformed");
     EXPECT_EQ(hosted(), before) << "nobody knows that these files have gone";
     fs::remove(other);
     moveRootBack();
@@ -362,7 +363,7 @@ TEST_F(Surroundings, MayLimitWhatTheAgentHas) {
     changeThePreferences();
     const std::unique_ptr<Program> shortFiles = start("/bin/sh", {"-c", "ulimit -f 0; exec \"$0\"", agentPath});
     endAfterTheStart(*shortFiles);
-    expectTold(*shortFiles, "Auto-start failed: disk I/O error ?SQL: insert into preferences*");
+    expectTold(*shortFiles, "Auto-start failed: " + stateFile("written") + "disk I/O error");
     EXPECT_EQ(syncOnce(), summaryOf(0, 4, 0, 0));
     expectAllWell();
 }

@@ -1,5 +1,6 @@
 #include "platform/async/PostCall.h"
 #include "platform/async/Spawn.h"
+#include "platform/files/MountPoint.h"
 #include "support/OtherConnection.h"
 #include "sync/SyncFixture.h"
 
@@ -93,7 +94,9 @@ TEST_F(Rescan, TellsOfAScanThatFailed) {
     veskline::testing::OtherConnection(folder.at("state.sqlite3")).run("drop table preferences");
     report({root});
     thread.advance(2s);
-    EXPECT_TRUE(lines.back().starts_with("Rescan failed for " + root + ": no such table: preferences")) << lines.back();
+    EXPECT_EQ(lines.back(), "Rescan failed for " + root + ": The state file \"" + folder.at("state.sqlite3") +
+                                "\" on the disk mounted at \"" + platform::mountPoint(root) +
+                                "\" could not be read: no such table: preferences");
 }
 
 TEST_F(Rescan, DropsABatchThatAStopAndANewStartHaveOvertaken) {

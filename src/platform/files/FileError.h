@@ -8,7 +8,8 @@
 namespace platform {
 
 // A file or folder could not be worked with. Its words name the operation and the path and end in the system's own
-// reason, as in: The file "/home/ann/a.txt" could not be opened: Permission denied.
+// reason, as in: The file "/home/ann/a.txt" could not be opened: Permission denied. A disk that is full, over its quota
+// or read-only is named by where it is mounted.
 // Bytes of the path that are no valid UTF-8 stand as they are: whoever shows the text makes it presentable.
 class FileError : public std::runtime_error {
 public:
