@@ -19,6 +19,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -31,15 +32,20 @@ struct Request {
     std::string password;
 };
 
-std::optional<Request> readRequest(int count, char** arguments) {
+// Throws std::invalid_argument in words for whoever wrote the command line.
+Request readRequest(int count, char** arguments) {
     const char* const email = std::getenv("VESKLINE_DEMO_EMAIL");
     const char* const password = std::getenv("VESKLINE_DEMO_PASSWORD");
-    if (count < 3 || email == nullptr || password == nullptr) {
-        return std::nullopt;
-    }
-    const std::optional<veskline::SyncMode> mode = veskline::fromRawValue(arguments[1]);
+    const std::string word = count > 1 ? arguments[1] : "";
+    const std::optional<veskline::SyncMode> mode = veskline::fromRawValue(word);
     if (!mode) {
-        return std::nullopt;
+        throw std::invalid_argument("\"" + word + "\" is no speed: regular or ultra, then the folders.");
+    }
+    if (count < 3) {
+        throw std::invalid_argument("no folder is named: regular or ultra, then the folders.");
+    }
+    if (email == nullptr || password == nullptr) {
+        throw std::invalid_argument("VESKLINE_DEMO_EMAIL or VESKLINE_DEMO_PASSWORD is not set.");
     }
     Request request{.mode = *mode, .email = email, .password = password};
     for (int i = 2; i < count; ++i) {
@@ -63,15 +69,11 @@ void prepare(const Request& request) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::optional<Request> request = readRequest(argc, argv);
-    if (!request) {
-        std::fputs("veskline-demo-setup regular|ultra FOLDER...\n"
-                   "with VESKLINE_DEMO_EMAIL and VESKLINE_DEMO_PASSWORD in the environment\n",
-                   stderr);
-        return 2;
-    }
     try {
-        prepare(*request);
+        prepare(readRequest(argc, argv));
+    } catch (const std::invalid_argument& error) {
+        std::fprintf(stderr, "veskline-demo-setup: %s\n", error.what());
+        return 2;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "veskline-demo-setup: %s\n", platform::describe(error).c_str());
         return EXIT_FAILURE;

@@ -16,6 +16,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -83,7 +84,9 @@ int main(int argc, char** argv) {
     const auto hours = command_line::wholeNumber(argc > 1 ? argv[1] : "8", mostHours);
     const auto seed = command_line::wholeNumber<std::uint32_t>(argc > 2 ? argv[2] : "1");
     if (hours.value_or(0) == 0 || !seed || argc > 3) {
-        std::fputs("veskline-endurance [HOURS [SEED]]\n", stderr);
+        const int wrong = hours.value_or(0) == 0 ? 1 : std::min(argc - 1, 3);
+        fmt::print(stderr, "veskline-endurance: \"{}\" is not understood: [HOURS [SEED]], whole numbers, is all.\n",
+                   argv[wrong]);
         return 2;
     }
     std::signal(SIGPIPE, SIG_IGN); // as the program does

@@ -62,11 +62,15 @@ void render(const veskline::Scene& scene, const fs::path& folder) {
 
 int main(int argc, char** argv) {
     const auto& scenes = veskline::allScenes();
-    if (argc != 3) {
+    if (argc == 1) {
         for (const veskline::Scene& scene : scenes) {
             std::puts(scene.name.c_str());
         }
-        return argc == 1 ? EXIT_SUCCESS : 2;
+        return EXIT_SUCCESS;
+    }
+    if (argc != 3) {
+        std::fputs("veskline-screenshots takes FOLDER SCENE, or nothing and lists the scenes.\n", stderr);
+        return 2;
     }
     const auto scene = std::ranges::find(scenes, std::string_view(argv[2]), &veskline::Scene::name);
     if (scene == scenes.end()) {
