@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -33,8 +34,11 @@ void Stage::launch() {
     }
     window_ = std::make_unique<DesktopWindow>(QString::fromStdString((folder_ / "window.ini").string()));
     model_ = DesktopAppModel::create(process_.surroundings(), userSurroundings());
+    // The last field that the restored state is written to: what is done before that would be overwritten.
+    const auto isRestored = std::make_shared<bool>(false);
+    model_->observe([isRestored](ModelField field) { *isRestored = *isRestored || field == ModelField::isRunning; });
     window_->show(model_);
-    until("the end of the bootstrap", [this] { return model_->didBootstrap(); });
+    until("the restored state", [&isRestored] { return *isRestored; });
 }
 
 UserSurroundings Stage::userSurroundings() {

@@ -21,7 +21,7 @@ namespace veskline {
 class Stage {
 public:
     static constexpr const char* password = "correct-horse-battery";
-    static constexpr std::chrono::seconds patience{20};
+    static constexpr std::chrono::seconds patience{60};
 
     // Serves the project, with an account for `email`. `folder` is made where it is missing.
     explicit Stage(std::filesystem::path folder, std::string email = "maria.example@northwind.test");
