@@ -3,11 +3,14 @@
 
 #include <QSettings>
 
+#include <chrono>
 #include <cstdlib>
 
 namespace veskline::testing {
 
 namespace {
+
+using namespace std::chrono_literals;
 
 class Flow : public InterfaceFixture {
 protected:
@@ -83,7 +86,8 @@ TEST_F(Flow, StartsShowsItsProgressAndStops) {
     screen.press("Start sync");
     untilSays("1 / 2 files indexed");
     EXPECT_FALSE(screen.says("Running"));
-    stage.project().faults().release();
+    stage.until("the second upload", [&] { return stage.project().faults().waitForStalled(1, 0ms); });
+    stage.project().faults().release(); // what stands still by now, and nothing later
     untilSays("Running");
     EXPECT_TRUE(screen.says("2 / 2 files indexed"));
     open("Activity");
@@ -108,7 +112,10 @@ TEST_F(Flow, ShowsWhatFailedAndRetries) {
     screen.press("Refresh");
     untilSays("Error: The content is no pdf document");
     EXPECT_TRUE(screen.says("Scan.pdf"));
-    EXPECT_TRUE(screen.says("Ingestion: Errors (1)"));
+    stage.until("the count of the errors", [&] {
+        stage.run(&DesktopAppModel::refreshStatus); // the poll that began with the sync may have counted earlier
+        return screen.says("Ingestion: Errors (1)");
+    });
     screen.press("Retry failed uploads");
     stage.until("the retry", [&] { return !stage.model()->retryStatus().empty(); });
     untilSays(QString::fromStdString(stage.model()->retryStatus()));
