@@ -18,6 +18,12 @@ std::string summaryOf(std::size_t uploaded, std::size_t skipped, std::size_t del
     return fmt::format("Summary: uploaded {}, skipped {}, deleted {}, failed {}.", uploaded, skipped, deleted, failed);
 }
 
+::testing::AssertionResult reads(const std::string& told, const std::string& pattern) {
+    return ::fnmatch(pattern.c_str(), told.c_str(), FNM_NOESCAPE) == 0
+               ? ::testing::AssertionSuccess()
+               : ::testing::AssertionFailure() << "told: " << told << "\nexpected: " << pattern;
+}
+
 SettledAgent::SettledAgent() {
     write("a.txt", "first");
     write("kept.txt", "kept");
@@ -62,8 +68,7 @@ void SettledAgent::expectTold(const Program& agent, std::string line) const {
         }
     }
     const std::vector<std::string> told = agent.output();
-    EXPECT_TRUE(std::ranges::any_of(
-        told, [&line](const std::string& each) { return ::fnmatch(line.c_str(), each.c_str(), FNM_NOESCAPE) == 0; }))
+    EXPECT_TRUE(std::ranges::any_of(told, [&line](const std::string& each) { return bool(reads(each, line)); }))
         << line << "\nis not what was told:\n"
         << ::testing::PrintToString(told);
 }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,9 @@ using agent_stand::Program;
 
 // The line that closes a scan.
 std::string summaryOf(std::size_t uploaded, std::size_t skipped, std::size_t deleted, std::size_t failed);
+
+// The whole of it: words told for a failure, and none where there is none. The pattern is a glob.
+::testing::AssertionResult reads(const std::string& told, const std::string& pattern);
 
 // The built agent on a stand of the case's own.
 class AgentFixture : public ::testing::Test {
@@ -54,6 +58,7 @@ protected:
     const std::string& root = stand.root;
     local_project::LocalProject& project = stand.project;
     Program::Environment& environment = stand.environment;
+    const std::string agentPath = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "veskline";
 };
 
 // With three hosted files, `a.txt`, `kept.txt` and `sub/b.txt`, and a queue that holds another user's upload.

@@ -312,7 +312,6 @@ TEST_F(Surroundings, MayMountAnotherFileSystemOverTheRoot) {
     const bool mayMount = std::system("unshare -m true 2>/dev/null") == 0;
     const char* const mounted = "mount -t tmpfs none \"$1\" && exec \"$0\"";
     const char* const asItIs = "exec \"$0\"";
-    const std::string agentPath = (fs::read_symlink("/proc/self/exe").parent_path() / "veskline").string();
     std::vector<std::string> words{"-c", mayMount ? mounted : asItIs, agentPath, root};
     if (mayMount) {
         words.insert(words.begin(), {"-m", "/bin/sh"});
@@ -330,7 +329,6 @@ TEST_F(Surroundings, MayCloseAFolderToTheUser) {
     write("a.txt", "second");
     fs::permissions(root + "/sub", fs::perms::none);
     const bool isRoot = ::geteuid() == 0;
-    const std::string agentPath = (fs::read_symlink("/proc/self/exe").parent_path() / "veskline").string();
     if (isRoot) { // whom no permission stops: an ordinary user takes over
         ASSERT_EQ(std::system(("chown -R 65534:65534 " + folder.string()).c_str()), 0);
     }
@@ -345,7 +343,6 @@ TEST_F(Surroundings, MayCloseAFolderToTheUser) {
 }
 
 TEST_F(Surroundings, MayLimitWhatTheAgentHas) {
-    const std::string agentPath = (fs::read_symlink("/proc/self/exe").parent_path() / "veskline").string();
     std::string deep = "deep";
     for (int level = 0; level < 60; ++level) {
         deep += "/" + std::to_string(level);

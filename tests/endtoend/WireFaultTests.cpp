@@ -1,7 +1,6 @@
 #include "endtoend/AgentFixture.h"
 #include "endtoend/WireFaults.h"
 
-#include <fnmatch.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -16,13 +15,6 @@ namespace {
 using local_project::JournalEntry;
 using nlohmann::json;
 using namespace std::chrono_literals;
-
-// The whole of it: words told for a failure, and none where there is none.
-::testing::AssertionResult reads(const std::string& told, const std::string& pattern) {
-    return ::fnmatch(pattern.c_str(), told.c_str(), FNM_NOESCAPE) == 0
-               ? ::testing::AssertionSuccess()
-               : ::testing::AssertionFailure() << "told: " << told << "\nexpected: " << pattern;
-}
 
 class WireFaults : public AgentFixture, public ::testing::WithParamInterface<Step> {
 protected:
